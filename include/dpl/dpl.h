@@ -1,0 +1,191 @@
+/*
+ * dpl: deployment library for the Orvandex database server.
+ *
+ * Plain C interface. Every status is an int32_t: 0 for success, a negative
+ * DPL_E_ code for failure. Texts the library makes for the caller are freed
+ * with dplFree; texts returned by lookups stay owned by the library.
+ */
+#ifndef DPL_DPL_H
+#define DPL_DPL_H
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#if defined(DPL_BUILDING)
+#define DPL_API __declspec(dllexport)
+#elif defined(DPL_STATIC)
+#define DPL_API
+#else
+#define DPL_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__) || defined(__clang__)
+#define DPL_API __attribute__((visibility("default")))
+#else
+#define DPL_API
+#endif
+
+/* printf-style checking of the trace calls, so that a non-literal format is
+   caught by the compiler of every caller. */
+#if defined(__MINGW32__)
+#define DPL_PRINTF(fmt, first) __attribute__((format(gnu_printf, fmt, first)))
+#elif defined(__GNUC__) || defined(__clang__)
+#define DPL_PRINTF(fmt, first) __attribute__((format(printf, fmt, first)))
+#else
+#define DPL_PRINTF(fmt, first)
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- status codes ------------------------------------------------------ */
+
+#define DPL_OK 0
+#define DPL_NOTHING_TO_DEPLOY 1000
+#define DPL_E_FAIL (-1)
+#define DPL_E_REMOTE_CONNECT (-940)
+#define DPL_E_REG_NO_VALUES (-943)
+#define DPL_E_REG_NO_SUBKEYS (-944)
+#define DPL_E_STAGE (-945)
+#define DPL_E_PARSE (-946)
+#define DPL_E_BAD_CONTEXT (-947)
+#define DPL_E_REG_READ (-948)
+#define DPL_E_PATH_EMPTY_FILE (-949)
+#define DPL_E_PATH_FILE (-950)
+#define DPL_E_OPEN_READ (-951)
+#define DPL_E_OPEN_WRITE (-952)
+#define DPL_E_MEMORY_ABOVE_MAX (-953)
+#define DPL_E_SPACE_ABOVE_FREE (-954)
+#define DPL_E_DISK_ABOVE_LOCATIONS (-955)
+#define DPL_E_LOG_SPACE_KIND (-956)
+#define DPL_E_SETTING_RANGE (-957)
+#define DPL_E_INVALID_VALUE (-966)
+#define DPL_E_NULL_ARGUMENT (-967)
+#define DPL_E_PORT_IN_USE (-970)
+#define DPL_E_PATH_DIRECTORY (-972)
+#define DPL_E_PATH_MISSING (-975)
+#define DPL_E_DISK_SLOW (-976)
+#define DPL_E_NO_DIRECTORY (-980)
+#define DPL_E_NOMEM (-1000)
+
+/* The first 32 bits of a control block. */
+#define DPL_BLOCK_MAGIC 0x5844504Cu
+/* The first 32 bits of an instance. */
+#define DPL_INSTANCE_MAGIC 0x54534E49u
+
+/* Mode flags of a control block. */
+#define DPL_MODE_PRIVATE 0x2u
+#define DPL_MODE_NO_PORT_TEST 0x4u
+#define DPL_MODE_NO_SQL 0x8u
+
+/* Where an instance's connection list came from. */
+#define DPL_SQLHOSTS_FILE 0
+#define DPL_SQLHOSTS_LOCAL_REGISTRY 1
+#define DPL_SQLHOSTS_REMOTE_REGISTRY 2
+
+/* Kinds of a connection list entry. */
+#define DPL_CONNECTION_BLANK 1
+#define DPL_CONNECTION_COMMENT 2
+#define DPL_CONNECTION_ENTRY 3
+
+/* Disk and memory display units. */
+#define DPL_UNITS_KB 0
+#define DPL_UNITS_MB 1
+#define DPL_UNITS_GB 2
+#define DPL_UNITS_TB 3
+#define DPL_UNITS_PB 4
+
+/* ---- trace facility ---------------------------------------------------- */
+
+#define HT_TIMESTAMP 0x01u
+#define HT_PREFIX 0x04u
+#define HT_DEPTH 0x08u
+#define HT_FRACTION 0x10u
+#define HT_PROCESS_THREAD 0x40u
+#define HT_ECHO 0x80u
+
+#define HT_OK 0u
+#define HT_E_BADSTATE 10000u
+#define HT_E_OPEN 10001u
+#define HT_E_START 10002u
+#define HT_E_SEVERITY 10003u
+#define HT_E_FLAGS 10004u
+#define HT_E_STARTED 10005u
+#define HT_E_NOTSTARTED 10006u
+
+/* Kinds of ht_hexdump output. */
+#define HT_DUMP_LOG 1u
+#define HT_DUMP_DEBUG 2u
+
+/* ---- records ------------------------------------------------------------ */
+
+typedef struct InstallControlBlock InstallControlBlock;
+typedef struct Instance Instance;
+
+typedef struct Connection { /* owned by the instance */
+    int32_t kind;           /* 1 blank line, 2 comment line, 3 connection */
+    char *alias;            /* the alias, or the text of a comment line */
+    uint32_t protocol;
+    uint16_t port;
+    char *service;
+    char *host;
+    char *options;
+    struct Connection *next;
+} Connection;
+
+typedef struct DplVersionInfo {
+    int32_t beta, x, w, failed;
+    int32_t major, minor, level, build;
+    int32_t further; /* a token follows the last one read */
+} DplVersionInfo;
+
+/* ---- control block and instance ----------------------------------------- */
+
+DPL_API InstallControlBlock *init_API(uint32_t mode, int32_t product_mode, const char *product,
+                                      const char *version);
+DPL_API InstallControlBlock *initInstallAPI(uint32_t mode, int32_t product_mode, const char *product,
+                                            const char *version, const char *log_file, const char *debug_file,
+                                            uint32_t severity);
+DPL_API int32_t setupIATrace(const char *log_file, const char *debug_file, uint32_t severity);
+DPL_API int32_t finish(InstallControlBlock *block);
+DPL_API int32_t dplSetInstallType(InstallControlBlock *block, uint32_t type);
+DPL_API int32_t dplSetInstallModeNoSQL(InstallControlBlock *block);
+DPL_API int32_t dplUnSetInstallModeNoSQL(InstallControlBlock *block);
+DPL_API int32_t dplSetInstallModePrivate(InstallControlBlock *block);
+/* Takes a unit name (KB, MB, GB, TB, PB or K, M, G, T, P, any case) and
+   stores and returns its code DPL_UNITS_KB..DPL_UNITS_PB; -966 otherwise. */
+DPL_API int32_t dplSetDiskMemUnits(InstallControlBlock *block, const char *units);
+DPL_API DplVersionInfo *dplExtractVersInfo(DplVersionInfo *info, const char *version);
+/* The mode flags word; 0 for a null or foreign block. */
+DPL_API uint32_t dplGetInstallMode(InstallControlBlock *block);
+DPL_API Instance *dplGetCurrentInstance(InstallControlBlock *block);
+/* 0 file, 1 local registry, 2 remote registry; or a negative status. */
+DPL_API int32_t dplGetSqlhostsLocation(InstallControlBlock *block);
+DPL_API int32_t dplSetSqlhostsLocation(InstallControlBlock *block, uint32_t kind);
+DPL_API int32_t dplInitInstanceStruct(InstallControlBlock *block);
+DPL_API int32_t dplGetConnection(InstallControlBlock *block, const char *alias, Connection **out);
+DPL_API int32_t dplGetEnvironment(InstallControlBlock *block, const char *name, const char **value);
+DPL_API int32_t dplSetEnvironment(InstallControlBlock *block, const char *name, const char *value);
+DPL_API void dplFree(void *memory);
+
+/* ---- trace facility ----------------------------------------------------- */
+
+DPL_API uint32_t ht_trace_start(const char *log_name, const char *debug_name, uint32_t severity,
+                                uint32_t flags, const char *prefix);
+DPL_API uint32_t ht_trace_stop(uint32_t *out_error);
+DPL_API uint32_t ht_set_severity(uint32_t severity, uint32_t *out_old);
+DPL_API uint32_t ht_get_severity(uint32_t *out);
+DPL_API const char *ht_last_error(void);
+DPL_API void htenter(int32_t level, const char *source_file, int32_t line, const char *function);
+DPL_API int32_t htexit(int32_t level, const char *source_file, int32_t line, int32_t rc);
+DPL_API void ht_debug(int32_t level, const char *source_file, int32_t line, const char *format, ...)
+    DPL_PRINTF(4, 5);
+DPL_API void ht_log(const char *format, ...) DPL_PRINTF(1, 2);
+DPL_API uint32_t ht_hexdump(uint32_t kind, const void *base, uint32_t start, uint32_t count,
+                            uint32_t offset_digits, uint32_t group);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* DPL_DPL_H */

@@ -1,0 +1,76 @@
+#!/usr/bin/env bash
+# Builds and runs the whole test suite: the native build with sanitizers, then
+# the Windows build under Wine in a throwaway prefix. Ends with one summary line.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+root=$(pwd)
+scripts/install-deps.sh || exit 1
+
+passed=0
+failed=0
+status=0
+logs=$(mktemp -d /tmp/dpl-test-logs.XXXXXX)
+
+# Adds the counts of a ctest log ("N% tests passed, F tests failed out of T").
+count_ctest() {
+  local line total fails
+  line=$(grep -E 'tests passed, [0-9]+ tests? failed out of [0-9]+' "$1" | tail -1)
+  if [[ -z $line ]]; then
+    failed=$((failed + 1))
+    return
+  fi
+  fails=$(sed -E 's/.* ([0-9]+) tests? failed out of ([0-9]+).*/\1/' <<<"$line")
+  total=$(sed -E 's/.* ([0-9]+) tests? failed out of ([0-9]+).*/\2/' <<<"$line")
+  passed=$((passed + total - fails))
+  failed=$((failed + fails))
+}
+
+# Adds the counts of GoogleTest's own closing lines.
+count_gtest() {
+  local ok bad
+  ok=$(grep -E '^\[  PASSED  \] [0-9]+ test' "$1" | tail -1 | sed -E 's/.*\] ([0-9]+) test.*/\1/')
+  bad=$(grep -E '^\[  FAILED  \] [0-9]+ test' "$1" | tail -1 | sed -E 's/.*\] ([0-9]+) test.*/\1/')
+  if [[ -z $ok && -z $bad ]]; then
+    failed=$((failed + 1))
+    return
+  fi
+  passed=$((passed + ${ok:-0}))
+  failed=$((failed + ${bad:-0}))
+}
+
+echo "== native build (dev preset: AddressSanitizer, UndefinedBehaviorSanitizer)"
+if cmake --preset dev >"$logs/native-configure.log" 2>&1 &&
+   cmake --build --preset dev -j2 >"$logs/native-build.log" 2>&1; then
+  ctest --preset dev -j2 2>&1 | tee "$logs/native-test.log" | tail -5
+  [[ ${PIPESTATUS[0]} -eq 0 ]] || status=1
+  count_ctest "$logs/native-test.log"
+else
+  cat "$logs"/native-*.log | tail -40
+  status=1
+  failed=$((failed + 1))
+fi
+
+echo "== Windows build (MinGW-w64) under Wine"
+if cmake --preset windows >"$logs/windows-configure.log" 2>&1 &&
+   cmake --build --preset windows -j2 >"$logs/windows-build.log" 2>&1; then
+  WINEPREFIX=$(mktemp -d /tmp/dpl-wine.XXXXXX)
+  export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+  wineboot --init >/dev/null 2>&1
+  (cd build/windows && ./tests/dpl_tests.exe --version >/dev/null 2>&1; true)
+  (cd build/windows/tests && wine ./dpl_tests.exe) >"$logs/windows-test.log" 2>&1
+  [[ $? -eq 0 ]] || status=1
+  grep -E '^\[  (FAILED|PASSED) ' "$logs/windows-test.log" | tail -20
+  grep -B3 -A15 'Failure' "$logs/windows-test.log" | head -80
+  count_gtest "$logs/windows-test.log"
+  wineserver -k >/dev/null 2>&1 || true
+  rm -rf "$WINEPREFIX"
+else
+  cat "$logs"/windows-*.log | tail -40
+  status=1
+  failed=$((failed + 1))
+fi
+
+rm -rf "$logs"
+cd "$root"
+echo "dpl: $passed passed, $failed failed"
+exit $status

@@ -1,0 +1,42 @@
+// One server instance: its environment, its sqlhosts lines and where they
+// came from. Opaque to C callers; the magic comes first so a foreign pointer
+// is recognised.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/connection_list.hpp"
+#include "dpl/dpl.h"
+
+namespace dpl::core {
+
+inline constexpr int32_t kEnvironmentSetting = 3;
+
+struct EnvironmentEntry {
+    int32_t kind = kEnvironmentSetting;
+    std::string name;
+    std::string value;
+};
+
+}  // namespace dpl::core
+
+struct Instance {
+    uint32_t magic = DPL_INSTANCE_MAGIC;
+    std::vector<dpl::core::EnvironmentEntry> environment;  // in order of first setting
+    dpl::core::ConnectionList connections;
+    uint32_t sqlhosts_location = DPL_SQLHOSTS_FILE;
+    std::string remote_machine;
+};
+
+namespace dpl::core {
+
+// The first setting of `name` (exact, case-sensitive), or null.
+EnvironmentEntry *find_environment(Instance &instance, const char *name);
+
+// Appends a comment line (or a blank line for null text): 0, -947 for a
+// null instance.
+int32_t store_comment(Instance *instance, const char *line);
+
+}  // namespace dpl::core

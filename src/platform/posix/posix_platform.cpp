@@ -1,0 +1,197 @@
+// The POSIX backend. Files are plain descriptors; machine state that Windows
+// keeps in the system (services database, registry) lives in files under the
+// machine root given by DPL_SYSROOT ("/" when unset).
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/syscall.h>
+#include <sys/types.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "platform/platform.hpp"
+#include "platform/posix/posix_registry.hpp"
+
+namespace dpl::platform {
+namespace {
+
+int descriptor(FileHandle file) {
+    return static_cast<int>(file);
+}
+
+int open_flags(const OpenOptions &options) {
+    int flags = O_CLOEXEC;
+    if (options.read && options.write) {
+        flags |= O_RDWR;
+    } else if (options.write) {
+        flags |= O_WRONLY;
+    } else {
+        flags |= O_RDONLY;
+    }
+    switch (options.disposition) {
+        case Disposition::CreateNew:
+            flags |= O_CREAT | O_EXCL;
+            break;
+        case Disposition::CreateAlways:
+            flags |= O_CREAT | O_TRUNC;
+            break;
+        case Disposition::OpenExisting:
+            break;
+        case Disposition::OpenAlways:
+            flags |= O_CREAT;
+            break;
+        case Disposition::TruncateExisting:
+            flags |= O_TRUNC;
+            break;
+    }
+    // Share modes have no POSIX counterpart: other processes always may open
+    // the file; writers coordinate through lock_file. Write-through is left
+    // to the page cache, which every process sees at once.
+    return flags;
+}
+
+std::string machine_root() {
+    const char *root = std::getenv("DPL_SYSROOT");
+    std::string path = (root != nullptr && root[0] != '\0') ? root : "/";
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
+class PosixPlatform final : public Platform {
+public:
+    FileHandle open_file(const std::string &path, const OpenOptions &options, uint32_t *error) override {
+        int fd = -1;
+        do {
+            fd = ::open(path.c_str(), open_flags(options), 0666);
+        } while (fd < 0 && errno == EINTR);
+        if (fd < 0) {
+            if (error != nullptr) *error = static_cast<uint32_t>(errno);
+            return kNoFile;
+        }
+        if (error != nullptr) *error = 0;
+        return fd;
+    }
+
+    FileHandle std_handle(StdStream stream) override {
+        return stream == StdStream::Output ? STDOUT_FILENO : STDERR_FILENO;
+    }
+
+    LockResult lock_file(FileHandle file) override {
+        if (::flock(descriptor(file), LOCK_EX | LOCK_NB) == 0) return LockResult::Locked;
+        return (errno == EWOULDBLOCK || errno == EINTR) ? LockResult::Busy : LockResult::Unsupported;
+    }
+
+    bool unlock_file(FileHandle file) override { return ::flock(descriptor(file), LOCK_UN) == 0; }
+
+    bool seek_to_end(FileHandle file) override { return ::lseek(descriptor(file), 0, SEEK_END) >= 0; }
+
+    bool write_file(FileHandle file, const void *data, std::size_t size) override {
+        const auto *bytes = static_cast<const char *>(data);
+        while (size > 0) {
+            const ssize_t written = ::write(descriptor(file), bytes, size);
+            if (written < 0) {
+                if (errno == EINTR) continue;
+                return false;
+            }
+            bytes += written;
+            size -= static_cast<std::size_t>(written);
+        }
+        return true;
+    }
+
+    uint32_t close_file(FileHandle file) override {
+        if (::close(descriptor(file)) != 0) return static_cast<uint32_t>(errno);
+        return 0;
+    }
+
+    std::optional<std::string> get_env(const std::string &name) override {
+        const char *value = std::getenv(name.c_str());
+        if (value == nullptr) return std::nullopt;
+        return std::string(value);
+    }
+
+    uint32_t process_id() override { return static_cast<uint32_t>(::getpid()); }
+
+    uint32_t thread_id() override {
+#if defined(SYS_gettid)
+        return static_cast<uint32_t>(::syscall(SYS_gettid));
+#else
+        return static_cast<uint32_t>(::getpid());
+#endif
+    }
+
+    bool local_time(std::tm *out) override {
+        const time_t now = ::time(nullptr);
+        return now != static_cast<time_t>(-1) && ::localtime_r(&now, out) != nullptr;
+    }
+
+    void sleep_ms(uint32_t milliseconds) override {
+        timespec pause{static_cast<time_t>(milliseconds / 1000),
+                       static_cast<long>(milliseconds % 1000) * 1000000L};
+        while (::nanosleep(&pause, &pause) != 0 && errno == EINTR) {
+        }
+    }
+
+    int last_errno() override {
+        return errno;
+    }
+
+    std::string services_database_path() override {
+        const std::string root = machine_root();
+        return (root == "/" ? std::string() : root) + "/etc/services";
+    }
+
+    uint32_t reg_connect(const std::string &machine, RegKey root, RegKey *out) override {
+        return registry_.reg_connect(machine, root, out);
+    }
+    uint32_t reg_open_key(RegKey parent, const std::string &path, RegView view, RegKey *out) override {
+        return registry_.reg_open_key(parent, path, view, out);
+    }
+    uint32_t reg_create_key(RegKey parent, const std::string &path, RegView view, RegKey *out) override {
+        return registry_.reg_create_key(parent, path, view, out);
+    }
+    uint32_t reg_close_key(RegKey key) override {
+        return registry_.reg_close_key(key);
+    }
+    uint32_t reg_query_info(RegKey key, RegKeyInfo *info) override {
+        return registry_.reg_query_info(key, info);
+    }
+    uint32_t reg_enum_key(RegKey key, uint32_t index, std::string *name) override {
+        return registry_.reg_enum_key(key, index, name);
+    }
+    uint32_t reg_enum_value(RegKey key, uint32_t index, std::string *name, RegValue *value) override {
+        return registry_.reg_enum_value(key, index, name, value);
+    }
+    uint32_t reg_query_value(RegKey key, const std::string &name, RegValue *value) override {
+        return registry_.reg_query_value(key, name, value);
+    }
+    uint32_t reg_set_value(RegKey key, const std::string &name, const RegValue &value) override {
+        return registry_.reg_set_value(key, name, value);
+    }
+    uint32_t reg_delete_value(RegKey key, const std::string &name) override {
+        return registry_.reg_delete_value(key, name);
+    }
+    uint32_t reg_delete_tree(RegKey parent, const std::string &subkey, RegView view) override {
+        return registry_.reg_delete_tree(parent, subkey, view);
+    }
+    void reg_begin_batch() override {
+        registry_.reg_begin_batch();
+    }
+    uint32_t reg_end_batch() override {
+        return registry_.reg_end_batch();
+    }
+
+private:
+    PosixRegistry registry_;
+};
+
+}  // namespace
+
+Platform &native() {
+    static PosixPlatform instance;
+    return instance;
+}
+
+}  // namespace dpl::platform

@@ -1,0 +1,44 @@
+// Helpers shared by the tests: scratch directories, whole files, programs.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace dpl::test {
+
+// A fresh directory, removed with everything in it at the end of the test.
+class ScratchDir {
+public:
+    ScratchDir();
+    ScratchDir(const ScratchDir &) = delete;
+    ScratchDir &operator=(const ScratchDir &) = delete;
+    ~ScratchDir();
+    const std::filesystem::path &path() const { return path_; }
+    std::string file(const std::string &name) const { return (path_ / name).string(); }
+
+private:
+    std::filesystem::path path_;
+};
+
+std::string read_file(const std::string &path);
+void write_file(const std::string &path, const std::string &content);
+std::vector<std::string> lines_of(const std::string &text);
+
+// Sets (or with null, removes) a variable of this process's environment,
+// which programs started afterwards inherit.
+void set_env(const char *name, const char *value);
+
+struct ProgramResult {
+    int exit_code = -1;  // as the program returned it: -1 stays -1
+    std::string output;  // what it wrote to standard output
+};
+
+// Runs `program` with `arguments`, waits, and captures standard output.
+ProgramResult run_program(const std::string &program, const std::vector<std::string> &arguments);
+
+// Starts all programs at once and waits for them; returns their exit codes.
+std::vector<int> run_concurrently(const std::string &program,
+                                  const std::vector<std::vector<std::string>> &argument_sets);
+
+}  // namespace dpl::test

@@ -1,0 +1,55 @@
+// dplsync run as a user runs it.
+#include <gtest/gtest.h>
+
+#include "support/test_support.hpp"
+#include "sync_arguments.hpp"
+
+namespace dpl::test {
+namespace {
+
+const std::string kUsageTail =
+    " [-source <sqlhostvalue>] [-target <sqlhostvalue>] [-servers {serverlist }]\n\n"
+    "if source or target is not specified it defaults to local orvandexsqlhosts registery node\n"
+    "sqlhostvalue is either \\\\machine name or an sqlhosts file.\n"
+    "serverlist is a space seperated list of orvandex server entries that are copyed from source to target\n";
+
+// The usage text begins with the name the program was started by.
+void expect_usage(const ProgramResult &result) {
+    EXPECT_EQ(-1, result.exit_code);
+    ASSERT_GT(result.output.size(), kUsageTail.size());
+    const std::string name = result.output.substr(0, result.output.size() - kUsageTail.size());
+    EXPECT_EQ(kUsageTail, result.output.substr(name.size()));
+#ifdef _WIN32
+    EXPECT_NE(std::string::npos, name.find("dplsync")) << name;
+#else
+    EXPECT_EQ(DPL_TEST_DPLSYNC, name);
+#endif
+}
+
+TEST(DplsyncProgram, UsageErrorsPrintTheUsageAndExitMinusOne) {
+    expect_usage(run_program(DPL_TEST_DPLSYNC, {}));
+    expect_usage(run_program(DPL_TEST_DPLSYNC, {"word", "-target", "x"}));
+    expect_usage(run_program(DPL_TEST_DPLSYNC, {"-servers", "ol_a", "ol_b"}));
+    expect_usage(run_program(DPL_TEST_DPLSYNC, {"-source"}));
+}
+
+TEST(DplsyncProgram, ValidArgumentsOpenAndReleaseTheContexts) {
+    ScratchDir dir;
+    const std::string log = dir.file("sync.log");
+    set_env("INSTALL_LOG", log.c_str());
+    const ProgramResult result = run_program(
+        DPL_TEST_DPLSYNC, {"-source", dir.file("a"), "-target", dir.file("b"), "-servers", "ol_x"});
+    set_env("INSTALL_LOG", nullptr);
+    EXPECT_EQ(0, result.exit_code);
+    EXPECT_EQ("", result.output);
+    // Two contexts: the target's and the source's, released in that order.
+    const auto lines = lines_of(read_file(log));
+    ASSERT_EQ(2u, lines.size());
+    for (const auto &line : lines) EXPECT_EQ("finish entered", line.substr(line.size() - 14));
+    const std::string debug = read_file(log + ".debug");
+    EXPECT_NE(std::string::npos,
+              debug.find("dplSetEnvironment, set, ORVANDEXSQLHOSTS='" + dir.file("b") + "'"));
+}
+
+}  // namespace
+}  // namespace dpl::test
