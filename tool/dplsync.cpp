@@ -27,9 +27,29 @@ int run(const dplsync::SyncArguments &arguments) {
     }
     if (arguments.target) dplSetEnvironment(target, "ORVANDEXSQLHOSTS", arguments.target->c_str());
 
-    // Reading, copying and writing the connections come with the
-    // connection layer; until then the run ends here with success.
-    const int result = 0;
+    const char *target_place = arguments.target ? arguments.target->c_str() : nullptr;
+    const char *source_place = arguments.source ? arguments.source->c_str() : nullptr;
+    const int32_t target_read = dplWindowsReadConnections(target, target_place);
+    // Reading the source from a registry changes the location; the write
+    // goes back to where the target came from.
+    const int32_t target_location = dplGetSqlhostsLocation(target);
+    // A target file that does not exist yet is expected.
+    if (target_read != DPL_OK && target_read != DPL_E_OPEN_READ) {
+        std::fputs("ERROR: could not process target sqlhost", stdout);
+    }
+    if (dplWindowsReadConnections(source, source_place) != DPL_OK) {
+        std::fputs("ERROR could not process source sqlhost", stdout);
+    }
+    for (const std::string &alias : arguments.servers) {
+        Connection *entry = nullptr;
+        if (dplGetConnection(source, alias.c_str(), &entry) == DPL_OK) {
+            dplAddConnection(target, entry->alias, entry->protocol, entry->host, entry->port, entry->service,
+                             entry->options);
+        }
+    }
+    if (target_location >= 0) dplSetSqlhostsLocation(target, static_cast<uint32_t>(target_location));
+    std::fflush(stdout);
+    const int result = dplWriteConnection(target);
 
     finish(target);
     if (source != target) finish(source);

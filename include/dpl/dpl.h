@@ -139,6 +139,68 @@ typedef struct DplVersionInfo {
     int32_t further; /* a token follows the last one read */
 } DplVersionInfo;
 
+/* A registry key: HKEY on Windows, an opaque handle elsewhere. The predefined
+   roots have Windows' values on both. */
+#if defined(_WIN32)
+typedef struct HKEY__ *DplHKEY;
+#else
+typedef struct DplHKEY__ *DplHKEY;
+#endif
+#define DPL_PREDEFINED_KEY(value) ((DplHKEY)(intptr_t)(int32_t)(value))
+#define DPL_HKEY_CLASSES_ROOT DPL_PREDEFINED_KEY(0x80000000u)
+#define DPL_HKEY_CURRENT_USER DPL_PREDEFINED_KEY(0x80000001u)
+#define DPL_HKEY_LOCAL_MACHINE DPL_PREDEFINED_KEY(0x80000002u)
+#define DPL_HKEY_USERS DPL_PREDEFINED_KEY(0x80000003u)
+#define DPL_HKEY_PERFORMANCE_DATA DPL_PREDEFINED_KEY(0x80000004u)
+#define DPL_HKEY_CURRENT_CONFIG DPL_PREDEFINED_KEY(0x80000005u)
+
+/* Registry views of the query helpers. */
+#define DPL_REG_VIEW_DEFAULT 0
+#define DPL_REG_VIEW_32 1
+#define DPL_REG_VIEW_64 2
+
+/* Root selectors of dplGetRegDataFromName. */
+#define DPL_ROOT_CLASSES_ROOT 0
+#define DPL_ROOT_CURRENT_CONFIG 1
+#define DPL_ROOT_CURRENT_USER 2
+#define DPL_ROOT_LOCAL_MACHINE 3
+#define DPL_ROOT_PERFORMANCE_DATA 4
+#define DPL_ROOT_USERS 5
+
+typedef struct DplRegValue {
+    uint32_t index;
+    char *name;
+    uint32_t type;
+    char *data; /* the data as text up to its first zero byte; null when empty */
+    struct DplRegValue *next;
+} DplRegValue;
+
+typedef struct DplRegSubKey {
+    uint32_t index;
+    char *name;
+    struct DplRegSubKey *next;
+} DplRegSubKey;
+
+/* Kinds of a configuration entry. */
+#define DPL_CONFIG_BLANK 1u
+#define DPL_CONFIG_COMMENT 2u
+#define DPL_CONFIG_PARAMETER 3u
+
+typedef struct ConfigEntry { /* owned by the instance */
+    uint32_t kind;           /* 1 blank line, 2 comment or verbatim line, 3 parameter */
+    int32_t sequence;        /* order of the lines on writing */
+    char *name;              /* parameter name; the whole line for kind 2 */
+    char *value;
+    char *comment;
+} ConfigEntry;
+
+/* Protocol codes. */
+#define DPL_PROTOCOL_GROUP 256u
+#define DPL_PROTOCOL_PREFIX_MASK 0x0C0u
+#define DPL_PROTOCOL_INTERFACE_MASK 0x030u
+#define DPL_PROTOCOL_TRANSPORT_MASK 0x00Eu
+#define DPL_PROTOCOL_SOCKETS 0x010u
+
 /* ---- control block and instance ----------------------------------------- */
 
 DPL_API InstallControlBlock *init_API(uint32_t mode, int32_t product_mode, const char *product,
@@ -167,6 +229,55 @@ DPL_API int32_t dplGetConnection(InstallControlBlock *block, const char *alias, 
 DPL_API int32_t dplGetEnvironment(InstallControlBlock *block, const char *name, const char **value);
 DPL_API int32_t dplSetEnvironment(InstallControlBlock *block, const char *name, const char *value);
 DPL_API void dplFree(void *memory);
+
+/* ---- registry query helpers ---------------------------------------------- */
+
+DPL_API int32_t dplQueryRegData(DplHKEY root, const char *path, DplRegValue **list, int32_t view);
+DPL_API void dplFreeRegData(DplRegValue **list);
+DPL_API int32_t dplQueryRegSubKeys(DplHKEY root, const char *path, DplRegSubKey **list, int32_t view);
+DPL_API void dplFreeRegSubKeys(DplRegSubKey **list);
+DPL_API char *dplGetRegDataFromName(int32_t root_selector, const char *path, const char *value_name, int32_t view);
+DPL_API int32_t dplCopyRegTree(DplHKEY destination, DplHKEY source);
+
+/* ---- connections (sqlhosts) ------------------------------------------- */
+
+DPL_API uint32_t dplMapStringtoProtocol(const char *text);
+DPL_API char *dplMapProtocol(uint32_t code); /* dplFree the result */
+DPL_API int32_t dplWindowsReadConnections(InstallControlBlock *block, const char *place);
+DPL_API int32_t dplReadConnections(InstallControlBlock *block, const char *path);
+DPL_API int32_t dplReadConnectionsRegistery(InstallControlBlock *block, const char *machine);
+DPL_API int32_t dplAddConnection(InstallControlBlock *block, const char *alias, uint32_t protocol, const char *host,
+                                 uint16_t port, const char *service, const char *options);
+DPL_API int32_t dplWriteConnection(InstallControlBlock *block);
+
+/* ---- server configuration file (onconfig) ------------------------------ */
+
+DPL_API int32_t dplReadConfig(Instance *instance, const char *path);
+DPL_API int32_t dplGetConfig(Instance *instance, const char *name, const char **value, ConfigEntry **entry);
+DPL_API int32_t dplSetConfig(Instance *instance, const char *name, const char *value, const char *comment);
+DPL_API int32_t dplAddConfig(Instance *instance, const char *name, const char *value, const char *comment);
+DPL_API int32_t dplWriteConfig(Instance *instance);
+
+/* ---- services database ------------------------------------------------- */
+
+DPL_API int32_t dplServicesLoad(InstallControlBlock *block, const char *path);
+DPL_API int32_t dplServicesStatus(InstallControlBlock *block);
+DPL_API void dplServicesFree(InstallControlBlock *block);
+DPL_API int32_t dplServicesAddService(InstallControlBlock *block, const char *name, uint16_t port,
+                                      const char *protocol, int32_t alias_count, const char *const *aliases,
+                                      const char *comment);
+DPL_API int32_t dplServicesRemoveService(InstallControlBlock *block, uint16_t port, const char *name,
+                                         const char *protocol);
+DPL_API int32_t dplServicesAddComment(InstallControlBlock *block, const char *text);
+DPL_API int32_t dplServicesDeployFile(InstallControlBlock *block, const char *path);
+DPL_API int32_t dplServicesDeploy(InstallControlBlock *block);
+DPL_API int32_t dplServicesTestPort(InstallControlBlock *block, uint16_t port, const char *protocol);
+DPL_API int32_t dplServicesTestName(InstallControlBlock *block, const char *name, const char *protocol);
+DPL_API int16_t dplServicesGetPortFromName(InstallControlBlock *block, const char *name, const char *protocol);
+DPL_API int32_t dplServicesGenerateName(InstallControlBlock *block, char **out_name, const char *preferred);
+DPL_API int32_t dplServicesGeneratePort(InstallControlBlock *block, uint16_t *out_port, uint16_t first);
+DPL_API int32_t dplServicesCheatSockets(InstallControlBlock *block);
+DPL_API int32_t dplCheckAliasList(InstallControlBlock *block, const char *name, const char *protocol);
 
 /* ---- trace facility ----------------------------------------------------- */
 

@@ -42,12 +42,20 @@ std::unique_ptr<InstallControlBlock> build_block(uint32_t mode, int32_t product_
     block->product->product_mode = product_mode;
     dplExtractVersInfo(&block->product->version_info, block->product->version.c_str());
 
+    int32_t created = DPL_E_NOMEM;
     try {
-        dpl::core::create_instance(*block);
+        created = dpl::core::create_instance(*block);
     } catch (const std::bad_alloc &) {
+        created = DPL_E_NOMEM;
+    }
+    if (created != DPL_OK) {
         ht_log("Instance structure initialization failed.");
         return nullptr;
     }
+
+    // The system's services database; a failure to load it is not fatal.
+    const std::string services = dpl::platform::current().services_database_path();
+    dplServicesLoad(block.get(), services.c_str());
 
     block->install_type = 0;
     block->disk_mem_units = DPL_UNITS_KB;

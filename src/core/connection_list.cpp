@@ -1,5 +1,7 @@
 #include "core/connection_list.hpp"
 
+#include <tuple>
+
 namespace dpl::core {
 namespace {
 char *text_of(std::optional<std::string> &text) {
@@ -29,21 +31,25 @@ Connection &ConnectionList::append_comment(const char *text) {
     return node.record;
 }
 
-Connection &ConnectionList::append_connection(std::string_view alias, uint32_t protocol, uint16_t port,
-                                              std::string_view service, std::string_view host,
-                                              std::string_view options) {
+Connection &ConnectionList::append_connection(const char *alias, uint32_t protocol, uint16_t port,
+                                              const char *service, const char *host, const char *options) {
+    auto field = [](const char *text) { return text != nullptr ? Field(text) : Field(); };
+    Field alias_field = field(alias), service_field = field(service), host_field = field(host),
+          options_field = field(options);
     // Reserve the index slot first so that a failed insertion leaves the
-    // list as it was.
-    auto [slot, inserted] = first_by_alias_.try_emplace(std::string(alias), nullptr);
+    // list as it was. An entry without an alias is never found.
+    std::unordered_map<std::string, Node *>::iterator slot;
+    bool inserted = false;
+    if (alias_field) std::tie(slot, inserted) = first_by_alias_.try_emplace(*alias_field, nullptr);
     try {
         Node &node = append_node();
         node.record.kind = DPL_CONNECTION_ENTRY;
-        node.alias.emplace(alias);
         node.record.protocol = protocol;
         node.record.port = port;
-        node.service.emplace(service);
-        node.host.emplace(host);
-        node.options.emplace(options);
+        node.alias = std::move(alias_field);
+        node.service = std::move(service_field);
+        node.host = std::move(host_field);
+        node.options = std::move(options_field);
         node.refresh();
         if (inserted) slot->second = &node;
         return node.record;
@@ -53,17 +59,14 @@ Connection &ConnectionList::append_connection(std::string_view alias, uint32_t p
     }
 }
 
-Connection *ConnectionList::update_first(std::string_view alias, uint32_t protocol, uint16_t port,
-                                         std::string_view service, std::string_view host,
-                                         std::string_view options) {
+Connection *ConnectionList::update_first(std::string_view alias, uint32_t protocol, uint16_t port, Field service,
+                                         Field host, Field options) {
     const auto found = first_by_alias_.find(std::string(alias));
     if (found == first_by_alias_.end() || found->second == nullptr) return nullptr;
     Node &node = *found->second;
-    // Copies are made before anything changes, so a failure leaves the entry whole.
-    std::string new_service(service), new_host(host), new_options(options);
-    node.service = std::move(new_service);
-    node.host = std::move(new_host);
-    node.options = std::move(new_options);
+    node.service = std::move(service);
+    node.host = std::move(host);
+    node.options = std::move(options);
     node.record.protocol = protocol;
     node.record.port = port;
     node.refresh();

@@ -19,14 +19,17 @@ public:
     ConnectionList(const ConnectionList &) = delete;
     ConnectionList &operator=(const ConnectionList &) = delete;
 
+    using Field = std::optional<std::string>;
+
     // Appends a blank line (text absent) or a comment line.
     Connection &append_comment(const char *text);
-    Connection &append_connection(std::string_view alias, uint32_t protocol, uint16_t port,
-                                  std::string_view service, std::string_view host, std::string_view options);
+    // Appends a connection; absent fields stay null.
+    Connection &append_connection(const char *alias, uint32_t protocol, uint16_t port, const char *service,
+                                  const char *host, const char *options);
     // Replaces the fields of the first entry of `alias` in place (its place
     // in the list stays). Returns null when there is no such entry.
-    Connection *update_first(std::string_view alias, uint32_t protocol, uint16_t port,
-                             std::string_view service, std::string_view host, std::string_view options);
+    Connection *update_first(std::string_view alias, uint32_t protocol, uint16_t port, Field service, Field host,
+                             Field options);
 
     // The first kind-3 entry of `alias` (exact, case-sensitive), or null.
     Connection *find(std::string_view alias);
@@ -37,7 +40,7 @@ public:
 private:
     struct Node {
         Connection record{};
-        std::optional<std::string> alias, service, host, options;
+        Field alias, service, host, options;
         void refresh();
     };
     Node &append_node();

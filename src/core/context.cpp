@@ -24,7 +24,13 @@ Instance *as_instance(Instance *pointer) {
 
 int32_t create_instance(InstallControlBlock &block) {
     block.instances.reserve(block.instances.size() + 1);
-    auto instance = std::make_unique<Instance>();
+    std::unique_ptr<Instance> instance;
+    try {
+        instance = std::make_unique<Instance>();
+    } catch (const std::bad_alloc &) {
+        ht_debug(5, trace::kInstance, __LINE__, "Failed to initialize ONCONFIG memory");
+        return DPL_E_NOMEM;
+    }
     block.current = instance.get();
     block.instances.push_back(std::move(instance));
     return DPL_OK;

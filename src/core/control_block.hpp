@@ -9,6 +9,7 @@
 
 #include "core/instance.hpp"
 #include "dpl/dpl.h"
+#include "services/services_file.hpp"
 
 namespace dpl::core {
 
@@ -32,6 +33,7 @@ struct InstallControlBlock {
     int32_t further = 0;
     std::vector<std::unique_ptr<Instance>> instances;
     Instance *current = nullptr;
+    dpl::services::ServicesFile services;
 };
 
 namespace dpl::core {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "config/config_table.hpp"
 #include "core/connection_list.hpp"
 #include "dpl/dpl.h"
 
@@ -26,6 +27,7 @@ struct Instance {
     uint32_t magic = DPL_INSTANCE_MAGIC;
     std::vector<dpl::core::EnvironmentEntry> environment;  // in order of first setting
     dpl::core::ConnectionList connections;
+    dpl::config::ConfigTable config;
     uint32_t sqlhosts_location = DPL_SQLHOSTS_FILE;
     std::string remote_machine;
 };

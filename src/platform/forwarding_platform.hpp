@@ -21,6 +21,15 @@ public:
         return inner_.write_file(file, data, size);
     }
     uint32_t close_file(FileHandle file) override { return inner_.close_file(file); }
+    bool read_file(FileHandle file, void *buffer, std::size_t size, std::size_t *read) override {
+        return inner_.read_file(file, buffer, size, read);
+    }
+    const char *text_line_end() override { return inner_.text_line_end(); }
+    bool resolve_host(const std::string &name) override { return inner_.resolve_host(name); }
+    PortProbe probe_tcp_port(uint16_t port, uint32_t *error) override { return inner_.probe_tcp_port(port, error); }
+    ServiceQuery query_service(const std::string &name, uint32_t *error) override {
+        return inner_.query_service(name, error);
+    }
     std::optional<std::string> get_env(const std::string &name) override { return inner_.get_env(name); }
     uint32_t process_id() override { return inner_.process_id(); }
     uint32_t thread_id() override { return inner_.thread_id(); }

@@ -104,6 +104,17 @@ struct RegKeyInfo {
     uint32_t max_value_len = 0;
 };
 
+// ---- network and service manager ------------------------------------------
+
+enum class PortProbe {
+    Clear,          // a socket could be bound to the port on every address
+    InUse,          // the bind failed
+    StartupFailed,  // the socket library could not be started
+    SocketFailed,   // no socket could be created
+};
+
+enum class ServiceQuery { Installed, NotInstalled, ManagerUnavailable };
+
 class Platform {
 public:
     Platform() = default;
@@ -121,6 +132,10 @@ public:
     virtual bool write_file(FileHandle file, const void *data, std::size_t size) = 0;
     // 0, or the system error code of a failed close.
     virtual uint32_t close_file(FileHandle file) = 0;
+    // Reads up to `size` bytes; `*read` is 0 at the end of the file.
+    virtual bool read_file(FileHandle file, void *buffer, std::size_t size, std::size_t *read) = 0;
+    // The line end that text mode writes: "\r\n" on Windows, "\n" elsewhere.
+    virtual const char *text_line_end() = 0;
 
     // Process and time.
     virtual std::optional<std::string> get_env(const std::string &name) = 0;
@@ -133,6 +148,14 @@ public:
 
     // Where the operating system keeps its services database.
     virtual std::string services_database_path() = 0;
+
+    // Network: whether a host name resolves (IPv4, as gethostbyname), and
+    // whether a TCP socket can be bound to a port on the wildcard address.
+    // `error` receives the socket library's code of a failure.
+    virtual bool resolve_host(const std::string &name) = 0;
+    virtual PortProbe probe_tcp_port(uint16_t port, uint32_t *error) = 0;
+    // Whether the service manager of this machine knows a service of that name.
+    virtual ServiceQuery query_service(const std::string &name, uint32_t *error) = 0;
 
     // Registry, with Windows' semantics and error codes on both backends.
     // `machine` is empty for this machine or "\\NAME" for another one; the

@@ -10,6 +10,7 @@
 #ifdef _WIN32
 #include <process.h>
 #else
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -30,9 +31,9 @@ int current_pid() {
 }
 #endif
 
-std::string quoted(const std::string &argument) {
-    return "\"" + argument + "\"";
-}
+#ifdef _WIN32
+std::string quoted(const std::string &argument) { return "\"" + argument + "\""; }
+#endif
 
 std::vector<char *> argv_of(const std::string &program, const std::vector<std::string> &arguments,
                             std::vector<std::string> &storage) {
@@ -70,6 +71,17 @@ std::string read_file(const std::string &path) {
     return content.str();
 }
 
+std::string read_file_text(const std::string &path) {
+    const std::string raw = read_file(path);
+    std::string text;
+    text.reserve(raw.size());
+    for (std::size_t i = 0; i < raw.size(); ++i) {
+        if (raw[i] == '\r' && i + 1 < raw.size() && raw[i + 1] == '\n') continue;
+        text.push_back(raw[i]);
+    }
+    return text;
+}
+
 void write_file(const std::string &path, const std::string &content) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << content;
@@ -102,19 +114,30 @@ void set_env(const char *name, const char *value) {
 ProgramResult run_program(const std::string &program, const std::vector<std::string> &arguments) {
     ScratchDir scratch;
     const std::string output_file = scratch.file("stdout.txt");
+    ProgramResult result;
+#ifdef _WIN32
     std::string command = quoted(program);
     for (const auto &argument : arguments) command += " " + quoted(argument);
     command += " > " + quoted(output_file);
-#ifdef _WIN32
     // cmd.exe strips one pair of outer quotes from the whole line.
     command = "\"" + command + "\"";
-#endif
-    ProgramResult result;
-    const int status = std::system(command.c_str());
-#ifdef _WIN32
-    result.exit_code = status;
+    result.exit_code = std::system(command.c_str());
 #else
-    result.exit_code = WIFEXITED(status) ? static_cast<signed char>(WEXITSTATUS(status)) : -1000;
+    // Started without a shell, so that arguments arrive exactly as given.
+    std::vector<std::string> storage;
+    std::vector<char *> argv = argv_of(program, arguments, storage);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, output_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    pid_t child = -1;
+    const int spawned = ::posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    int status = 0;
+    if (spawned == 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status)) {
+        result.exit_code = static_cast<signed char>(WEXITSTATUS(status));
+    } else {
+        result.exit_code = -1000;
+    }
 #endif
     result.output = read_file(output_file);
     return result;

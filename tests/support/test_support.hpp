@@ -22,6 +22,8 @@ private:
 };
 
 std::string read_file(const std::string &path);
+// The file as a text-mode read sees it: CRLF line ends become "\n".
+std::string read_file_text(const std::string &path);
 void write_file(const std::string &path, const std::string &content);
 std::vector<std::string> lines_of(const std::string &text);
 

@@ -40,8 +40,10 @@ TEST(DplsyncProgram, ValidArgumentsOpenAndReleaseTheContexts) {
     const ProgramResult result = run_program(
         DPL_TEST_DPLSYNC, {"-source", dir.file("a"), "-target", dir.file("b"), "-servers", "ol_x"});
     set_env("INSTALL_LOG", nullptr);
+    // The source file does not exist: reported, and the (new) target written.
     EXPECT_EQ(0, result.exit_code);
-    EXPECT_EQ("", result.output);
+    EXPECT_EQ("ERROR could not process source sqlhost", result.output);
+    EXPECT_EQ("", read_file(dir.file("b")));
     // Two contexts: the target's and the source's, released in that order.
     const auto lines = lines_of(read_file(log));
     ASSERT_EQ(2u, lines.size());

@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "platform/platform.hpp"
+#include "platform/posix/posix_network.hpp"
 #include "platform/posix/posix_registry.hpp"
 
 namespace dpl::platform {
@@ -104,6 +105,25 @@ public:
     uint32_t close_file(FileHandle file) override {
         if (::close(descriptor(file)) != 0) return static_cast<uint32_t>(errno);
         return 0;
+    }
+
+    bool read_file(FileHandle file, void *buffer, std::size_t size, std::size_t *read) override {
+        ssize_t got = -1;
+        do {
+            got = ::read(descriptor(file), buffer, size);
+        } while (got < 0 && errno == EINTR);
+        if (read != nullptr) *read = got > 0 ? static_cast<std::size_t>(got) : 0;
+        return got >= 0;
+    }
+
+    const char *text_line_end() override { return "\n"; }
+
+    bool resolve_host(const std::string &name) override { return posix::resolve_host(name); }
+    PortProbe probe_tcp_port(uint16_t port, uint32_t *error) override {
+        return posix::probe_tcp_port(port, error);
+    }
+    ServiceQuery query_service(const std::string &name, uint32_t *error) override {
+        return posix::query_service(machine_root(), name, error);
     }
 
     std::optional<std::string> get_env(const std::string &name) override {

@@ -1,0 +1,272 @@
+// Reads arbitrary bytes as a services file, asks the model about the names
+// and ports in it, writes it out and edits it. Blank, comment and verbatim
+// lines must come back byte for byte and in order, service lines must be
+// written so that they read back the same, and every lookup must agree with
+// a plain walk over the lines.
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/control_block.hpp"
+#include "dpl/dpl.h"
+#include "services/services_file.hpp"
+
+namespace {
+
+using dpl::services::ServicesFile;
+using dpl::services::ServicesLine;
+
+struct Place {
+    std::string input;
+    std::string output;
+    InstallControlBlock *block = nullptr;
+};
+
+const Place &place() {
+    static const Place where = [] {
+        Place made;
+        const auto home = std::filesystem::temp_directory_path() /
+                          ("services_fuzz_" + std::to_string(static_cast<long>(::getpid())));
+        std::filesystem::create_directories(home);
+        made.input = (home / "services").string();
+        made.output = (home / "services.out").string();
+        made.block = init_API(0, 1, "p", "12.10.FC1");
+        return made;
+    }();
+    return where;
+}
+
+void check(bool condition) {
+    if (!condition) std::abort();
+}
+
+bool is_space(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// The lines as a C program reading with fgets into 256 bytes sees them: at
+// most 255 characters, cut at a NUL, with a line end added to a short last
+// line that has none.
+std::vector<std::string> pieces_of(std::string_view text) {
+    std::vector<std::string> pieces;
+    std::size_t at = 0;
+    while (at < text.size()) {
+        std::size_t length = 0;
+        while (at + length < text.size() && length < 255) {
+            ++length;
+            if (text[at + length - 1] == '\n') break;
+        }
+        const std::string_view piece = text.substr(at, length);
+        at += length;
+        std::string line(piece.substr(0, piece.find('\0')));
+        if (at == text.size() && piece.back() != '\n' && piece.size() < 255) line.push_back('\n');
+        pieces.push_back(line);
+    }
+    return pieces;
+}
+
+struct Service {
+    std::string name;
+    uint16_t port = 0;
+    std::string protocol;
+    std::vector<std::string> aliases;
+    std::optional<std::string> comment;
+};
+
+// "name port/protocol aliases #comment", or nothing when the line is not one.
+std::optional<Service> parse_service(std::string_view line) {
+    std::size_t at = 0;
+    const auto skip_space = [&] {
+        while (at < line.size() && is_space(line[at])) ++at;
+    };
+    const auto word = [&] {
+        const std::size_t start = at;
+        while (at < line.size() && !is_space(line[at])) ++at;
+        return std::string(line.substr(start, at - start));
+    };
+    Service service;
+    skip_space();
+    service.name = word();
+    skip_space();
+    const std::size_t digits = at;
+    unsigned long port = 0;
+    while (at < line.size() && line[at] >= '0' && line[at] <= '9') {
+        if (port <= 65535) port = port * 10 + static_cast<unsigned long>(line[at] - '0');
+        ++at;
+    }
+    if (at == digits || port > 65535 || at >= line.size() || line[at] != '/') return std::nullopt;
+    service.port = static_cast<uint16_t>(port);
+    ++at;
+    service.protocol = word();
+    if (service.protocol.empty()) return std::nullopt;
+    const std::size_t hash = line.find('#', at);
+    const std::size_t end = hash == std::string_view::npos ? line.size() : hash;
+    while (true) {
+        while (at < end && is_space(line[at])) ++at;
+        if (at >= end) break;
+        const std::size_t start = at;
+        while (at < end && !is_space(line[at])) ++at;
+        service.aliases.emplace_back(line.substr(start, at - start));
+    }
+    if (hash != std::string_view::npos) {
+        const std::string_view rest = line.substr(hash + 1);
+        service.comment.emplace(rest.substr(0, rest.find_first_of("\r\n")));
+    }
+    return service;
+}
+
+bool same(const Service &service, const ServicesLine &line) {
+    return service.name == line.text_or_name && service.port == line.port &&
+           service.protocol == line.protocol && service.aliases == line.aliases &&
+           service.comment == line.comment;
+}
+
+std::string read_back(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+// The model lines against the pieces they were read from, and the written
+// file against both.
+void check_written(const ServicesFile &file, const std::vector<std::string> &pieces,
+                   const std::string &written) {
+    check(file.lines().size() == pieces.size());
+    std::size_t at = 0;
+    std::size_t index = 0;
+    for (const ServicesLine &line : file.lines()) {
+        const std::string &piece = pieces[index++];
+        const std::optional<Service> expected = parse_service(piece);
+        switch (line.kind) {
+            case dpl::services::kBlankLine:
+                check(piece.empty() || piece[0] == '\n' || piece[0] == '\r');
+                check(written.compare(at, 1, "\n") == 0);
+                at += 1;
+                break;
+            case dpl::services::kCommentLine:
+                check(piece[0] == '#' && line.text_or_name == piece.substr(1));
+                check(written.compare(at, piece.size(), piece) == 0);
+                at += piece.size();
+                break;
+            case dpl::services::kVerbatimLine:
+                check(!piece.empty() && piece[0] != '#' && piece[0] != '\n' && piece[0] != '\r');
+                check(!expected && line.text_or_name == piece);
+                check(written.compare(at, piece.size(), piece) == 0);
+                at += piece.size();
+                break;
+            case dpl::services::kServiceLine: {
+                check(piece[0] != '#' && piece[0] != '\n' && piece[0] != '\r');
+                check(expected && same(*expected, line));
+                const std::size_t end = written.find('\n', at);
+                check(end != std::string::npos);
+                const std::optional<Service> again =
+                    parse_service(std::string_view(written).substr(at, end + 1 - at));
+                check(again && same(*again, line));
+                at = end + 1;
+                break;
+            }
+            default:
+                check(false);
+        }
+    }
+    check(at == written.size());
+}
+
+bool carries(const ServicesLine &line, const std::string &name, const char *protocol) {
+    if (protocol != nullptr && protocol[0] != '\0' && line.protocol != protocol) return false;
+    if (line.text_or_name == name) return true;
+    for (const std::string &alias : line.aliases) {
+        if (alias == name) return true;
+    }
+    return false;
+}
+
+// Lookups through the API against a walk from the most recent line.
+void check_lookups(InstallControlBlock *block, const std::vector<std::string> &names) {
+    const ServicesFile &file = block->services;
+    for (const std::string &name : names) {
+        for (const char *protocol : {static_cast<const char *>(nullptr), "tcp", "udp"}) {
+            int16_t expected = 0;
+            bool named = false;
+            for (auto it = file.lines().rbegin(); it != file.lines().rend(); ++it) {
+                if (it->kind == dpl::services::kServiceLine && carries(*it, name, protocol)) {
+                    expected = static_cast<int16_t>(it->port);
+                    named = true;
+                    break;
+                }
+            }
+            check(dplServicesGetPortFromName(block, name.c_str(), protocol) == expected);
+            check(dplServicesTestName(block, name.c_str(), protocol) == (named ? 1 : 0));
+            if (named && expected != 0) {
+                const uint16_t port = static_cast<uint16_t>(expected);
+                check(dplServicesTestPort(block, port, protocol) == 2);
+                check(dplServicesTestPort(block, port, nullptr) == 2);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    const Place &where = place();
+    InstallControlBlock *block = where.block;
+    check(block != nullptr);
+    const std::string_view text(reinterpret_cast<const char *>(data), size);
+    {
+        std::ofstream out(where.input, std::ios::binary | std::ios::trunc);
+        out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    }
+    dplServicesFree(block);
+    check(dplServicesLoad(block, where.input.c_str()) == DPL_OK);
+    check(dplServicesStatus(block) == 1);
+    // The machine's sockets are not part of the input.
+    check(dplServicesCheatSockets(block) == DPL_OK);
+
+    check(dplServicesDeployFile(block, where.output.c_str()) == DPL_OK);
+    check_written(block->services, pieces_of(text), read_back(where.output));
+
+    std::vector<std::string> names;
+    for (const ServicesLine &line : block->services.lines()) {
+        if (line.kind != dpl::services::kServiceLine || names.size() >= 16) continue;
+        names.push_back(line.text_or_name);
+        for (const std::string &alias : line.aliases) names.push_back(alias);
+    }
+    names.push_back("absent");
+    check_lookups(block, names);
+
+    uint16_t port = 0;
+    check(dplServicesGeneratePort(block, &port, 0) == DPL_OK);
+    check(port >= 1026 && port <= 33793 && dplServicesTestPort(block, port, nullptr) == 0);
+    char *generated = nullptr;
+    check(dplServicesGenerateName(block, &generated, names.front().c_str()) == DPL_OK);
+    check(generated != nullptr);
+    dplFree(generated);
+
+    // Edits keep the indexes in step with the lines.
+    const std::size_t before = block->services.lines().size();
+    const char *aliases[] = {"fuzz-alias"};
+    const int32_t added = dplServicesAddService(block, "fuzz-svc", port, "tcp", 1, aliases, "added\r\nhere");
+    check(added == DPL_OK || added == DPL_E_INVALID_VALUE);
+    check(dplServicesAddComment(block, "one\ntwo") == DPL_OK);
+    check(dplServicesRemoveService(block, 0, names.front().c_str(), nullptr) == DPL_OK);
+    if (names.size() > 1) {
+        check(dplServicesRemoveService(block, static_cast<uint16_t>(names.size()), nullptr, "udp") == DPL_OK);
+    }
+    names.push_back("fuzz-svc");
+    names.push_back("fuzz-alias");
+    check_lookups(block, names);
+    check(block->services.lines().size() <= before + 3);
+    check(dplServicesDeploy(block) == DPL_OK);
+    check(dplServicesStatus(block) == 1);
+    return 0;
+}

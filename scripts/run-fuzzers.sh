@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets with clang and runs each for a bounded time
+# (FUZZ_SECONDS, default 20) on a copy of its seed corpus.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+seconds=${FUZZ_SECONDS:-20}
+cmake --preset fuzz >/dev/null && cmake --build --preset fuzz -j2 >/dev/null || { echo "fuzz build failed"; exit 1; }
+status=0
+work=$(mktemp -d /tmp/dpl-fuzz.XXXXXX)
+for program in build/fuzz/fuzz/*_fuzz; do
+  name=$(basename "$program" _fuzz)
+  mkdir -p "$work/$name"
+  seeds=fuzz/corpus/$name
+  [[ -d $seeds ]] || seeds=
+  if "$program" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=0 \
+       "$work/$name" $seeds >"$work/$name.log" 2>&1; then
+    echo "fuzz $name: ${seconds}s, $(grep -c . <(ls "$work/$name")) corpus files, no crash"
+  else
+    echo "fuzz $name: FAILED"
+    tail -30 "$work/$name.log"
+    status=1
+  fi
+done
+rm -rf "$work"
+exit $status

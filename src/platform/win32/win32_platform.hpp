@@ -1,0 +1,66 @@
+// The Win32 backend: every platform call maps onto the narrow (ANSI) Windows
+// API, and every error code is the one Windows itself reported.
+#pragma once
+
+#include <windows.h>
+
+#include "platform/platform.hpp"
+
+namespace dpl::platform::win32 {
+
+// The handle types travel through the portable interface as integers of
+// pointer width, so converting back and forth loses nothing.
+inline HANDLE to_handle(FileHandle file) {
+    return reinterpret_cast<HANDLE>(file);
+}
+inline FileHandle from_handle(HANDLE handle) {
+    return reinterpret_cast<FileHandle>(handle);
+}
+inline HKEY to_hkey(RegKey key) {
+    return reinterpret_cast<HKEY>(key);
+}
+inline RegKey from_hkey(HKEY key) {
+    return reinterpret_cast<RegKey>(key);
+}
+
+class Win32Platform final : public Platform {
+public:
+    FileHandle open_file(const std::string &path, const OpenOptions &options, uint32_t *error) override;
+    FileHandle std_handle(StdStream stream) override;
+    LockResult lock_file(FileHandle file) override;
+    bool unlock_file(FileHandle file) override;
+    bool seek_to_end(FileHandle file) override;
+    bool write_file(FileHandle file, const void *data, std::size_t size) override;
+    uint32_t close_file(FileHandle file) override;
+    bool read_file(FileHandle file, void *buffer, std::size_t size, std::size_t *read) override;
+    const char *text_line_end() override;
+
+    std::optional<std::string> get_env(const std::string &name) override;
+    uint32_t process_id() override;
+    uint32_t thread_id() override;
+    bool local_time(std::tm *out) override;
+    void sleep_ms(uint32_t milliseconds) override;
+    int last_errno() override;
+
+    std::string services_database_path() override;
+
+    bool resolve_host(const std::string &name) override;
+    PortProbe probe_tcp_port(uint16_t port, uint32_t *error) override;
+    ServiceQuery query_service(const std::string &name, uint32_t *error) override;
+
+    uint32_t reg_connect(const std::string &machine, RegKey root, RegKey *out) override;
+    uint32_t reg_open_key(RegKey parent, const std::string &path, RegView view, RegKey *out) override;
+    uint32_t reg_create_key(RegKey parent, const std::string &path, RegView view, RegKey *out) override;
+    uint32_t reg_close_key(RegKey key) override;
+    uint32_t reg_query_info(RegKey key, RegKeyInfo *info) override;
+    uint32_t reg_enum_key(RegKey key, uint32_t index, std::string *name) override;
+    uint32_t reg_enum_value(RegKey key, uint32_t index, std::string *name, RegValue *value) override;
+    uint32_t reg_query_value(RegKey key, const std::string &name, RegValue *value) override;
+    uint32_t reg_set_value(RegKey key, const std::string &name, const RegValue &value) override;
+    uint32_t reg_delete_value(RegKey key, const std::string &name) override;
+    uint32_t reg_delete_tree(RegKey parent, const std::string &subkey, RegView view) override;
+    void reg_begin_batch() override;
+    uint32_t reg_end_batch() override;
+};
+
+}  // namespace dpl::platform::win32

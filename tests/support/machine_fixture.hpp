@@ -1,0 +1,33 @@
+// A machine whose registry the test may change: natively a scratch machine
+// root (DPL_SYSROOT), under Wine the prefix's own registry, with the
+// Orvandex keys removed before and after each test.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/test_support.hpp"
+
+namespace dpl::test {
+
+class MachineTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Imports registry export text (REGEDIT 5 format): with Wine's own
+    // "reg import" on Windows, as the machine's store file natively.
+    void import_registry(const std::string &reg_text);
+    // Makes another machine \\name reachable (natively only).
+    std::string add_machine(const std::string &name, const std::string &reg_text);
+
+    // The text values of a key as "NAME=data" lines in enumeration order, or
+    // "<missing>".
+    static std::string values_of(const std::string &path);
+    static std::string subkeys_of(const std::string &path);
+
+    ScratchDir root;
+};
+
+}  // namespace dpl::test
