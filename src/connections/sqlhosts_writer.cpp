@@ -194,7 +194,9 @@ private:
             return DPL_E_INVALID_VALUE;
         }
         const bool star = entry.host[0] != '*' && entry.protocol != DPL_PROTOCOL_GROUP;
-        const std::string host = (star ? "*" : "") + std::string(entry.host);
+        std::string host;
+        if (star) host = "*";
+        host += entry.host;
         if (!set_text(key.get(), "HOST", host) ||
             !set_text(key.get(), "OPTIONS", entry.options != nullptr ? entry.options : "") ||
             !set_text(key.get(), "PROTOCOL", protocol)) {

@@ -95,14 +95,22 @@ protected:
                     text += "# comment\n";
                     break;
                 case 1:
-                    text += "broken " + std::to_string(pick_port()) + "\n";
+                    text += "broken ";
+                    text += std::to_string(pick_port());
+                    text += '\n';
                     break;
                 default: {
                     const char *protocol = pick_protocol();
-                    text += pick_name() + " " + std::to_string(pick_port()) + "/" +
-                            (protocol != nullptr && protocol[0] != '\0' ? protocol : "tcp");
-                    for (unsigned a = random() % 4; a > 0; --a) text += " " + pick_name();
-                    text += "\n";
+                    text += pick_name();
+                    text += ' ';
+                    text += std::to_string(pick_port());
+                    text += '/';
+                    text += protocol != nullptr && protocol[0] != '\0' ? protocol : "tcp";
+                    for (unsigned a = random() % 4; a > 0; --a) {
+                        text += ' ';
+                        text += pick_name();
+                    }
+                    text += '\n';
                 }
             }
         }

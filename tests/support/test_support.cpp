@@ -32,7 +32,7 @@ int current_pid() {
 #endif
 
 #ifdef _WIN32
-std::string quoted(const std::string &argument) { return "\"" + argument + "\""; }
+std::string quote_argument(const std::string &argument) { return "\"" + argument + "\""; }
 #endif
 
 std::vector<char *> argv_of(const std::string &program, const std::vector<std::string> &arguments,
@@ -42,7 +42,7 @@ std::vector<char *> argv_of(const std::string &program, const std::vector<std::s
     for (const auto &argument : arguments) storage.push_back(argument);
 #ifdef _WIN32
     // The C runtime joins spawn arguments with blanks; quote every one.
-    for (auto &argument : storage) argument = quoted(argument);
+    for (auto &argument : storage) argument = quote_argument(argument);
 #endif
     std::vector<char *> argv;
     for (auto &argument : storage) argv.push_back(argument.data());
@@ -116,9 +116,9 @@ ProgramResult run_program(const std::string &program, const std::vector<std::str
     const std::string output_file = scratch.file("stdout.txt");
     ProgramResult result;
 #ifdef _WIN32
-    std::string command = quoted(program);
-    for (const auto &argument : arguments) command += " " + quoted(argument);
-    command += " > " + quoted(output_file);
+    std::string command = quote_argument(program);
+    for (const auto &argument : arguments) command += " " + quote_argument(argument);
+    command += " > " + quote_argument(output_file);
     // cmd.exe strips one pair of outer quotes from the whole line.
     command = "\"" + command + "\"";
     result.exit_code = std::system(command.c_str());

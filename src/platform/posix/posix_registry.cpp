@@ -182,19 +182,19 @@ uint32_t PosixRegistry::make_ref(RegKey parent, const std::string &path, RegView
         std::size_t end = path.find('\\', start);
         if (end == std::string::npos) end = path.size();
         if (end > start) {
-            std::string part = path.substr(start, end - start);
-            if (!valid_name(part, posix::kMaxKeyNameLength)) return err::kInvalidParameter;
-            out->path.push_back(std::move(part));
+            std::string name = path.substr(start, end - start);
+            if (!valid_name(name, posix::kMaxKeyNameLength)) return err::kInvalidParameter;
+            out->path.push_back(std::move(name));
         }
         start = end + 1;
     }
-    std::vector<std::string> &parts = out->path;
+    std::vector<std::string> &names = out->path;
     if (view == RegView::Bits32 && out->hive == "HKEY_LOCAL_MACHINE" && *parent_depth <= 1 &&
-        parts.size() >= 2 && posix::names_equal(parts[0], "SOFTWARE") &&
-        !posix::names_equal(parts[1], "WOW6432Node")) {
-        parts.insert(parts.begin() + 1, "WOW6432Node");
+        names.size() >= 2 && posix::names_equal(names[0], "SOFTWARE") &&
+        !posix::names_equal(names[1], "WOW6432Node")) {
+        names.insert(names.begin() + 1, "WOW6432Node");
     }
-    if (parts.size() > posix::kMaxKeyDepth) return err::kInvalidParameter;
+    if (names.size() > posix::kMaxKeyDepth) return err::kInvalidParameter;
     return err::kOk;
 }
 

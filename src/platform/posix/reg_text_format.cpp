@@ -241,25 +241,25 @@ private:
         inner = inner.substr(1, inner.size() - 2);
         const bool remove = !inner.empty() && inner[0] == '-';
         if (remove) inner.remove_prefix(1);
-        std::vector<std::string_view> parts;
+        std::vector<std::string_view> names;
         while (true) {
             const std::size_t sep = inner.find('\\');
-            parts.push_back(inner.substr(0, sep));
+            names.push_back(inner.substr(0, sep));
             if (sep == std::string_view::npos) break;
             inner.remove_prefix(sep + 1);
         }
-        if (parts.size() > kMaxKeyDepth + 1) {
+        if (names.size() > kMaxKeyDepth + 1) {
             message_ = "key nested too deeply";
             return false;
         }
-        for (std::string_view part : parts) {
-            if (part.empty() || part.size() > kMaxKeyNameLength ||
-                part.find('\0') != std::string_view::npos) {
+        for (std::string_view name : names) {
+            if (name.empty() || name.size() > kMaxKeyNameLength ||
+                name.find('\0') != std::string_view::npos) {
                 message_ = "invalid key name";
                 return false;
             }
         }
-        const std::string hive = canonical_hive_name(parts[0]);
+        const std::string hive = canonical_hive_name(names[0]);
         if (hive.empty()) {
             message_ = "unknown root key";
             return false;
@@ -269,15 +269,15 @@ private:
         if (remove) {
             RegTreeKey *parent = &store;
             std::string_view doomed = hive;
-            for (std::size_t i = 1; i < parts.size() && parent != nullptr; ++i) {
+            for (std::size_t i = 1; i < names.size() && parent != nullptr; ++i) {
                 parent = parent->find_subkey(doomed);
-                doomed = parts[i];
+                doomed = names[i];
             }
             if (parent != nullptr) parent->remove_subkey(doomed);
             return true;
         }
         RegTreeKey *key = &store.add_subkey(hive);
-        for (std::size_t i = 1; i < parts.size(); ++i) key = &key->add_subkey(parts[i]);
+        for (std::size_t i = 1; i < names.size(); ++i) key = &key->add_subkey(names[i]);
         current_ = key;
         return true;
     }

@@ -48,9 +48,9 @@ std::string bytes_upto(int count) {
 
 const RegTreeKey *key_at(const RegTreeKey &store, const std::vector<std::string> &path) {
     const RegTreeKey *key = &store;
-    for (const std::string &part : path) {
+    for (const std::string &name : path) {
         if (key == nullptr) return nullptr;
-        key = key->find_subkey(part);
+        key = key->find_subkey(name);
     }
     return key;
 }

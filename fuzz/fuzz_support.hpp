@@ -1,0 +1,43 @@
+// Shared pieces of the fuzz programs: a scratch file per process and a
+// platform that answers every host name, so no input reaches a resolver.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "platform/forwarding_platform.hpp"
+
+namespace dpl::fuzz {
+
+inline std::string scratch_path(const char *name) {
+    static const std::filesystem::path directory = [] {
+        auto path = std::filesystem::temp_directory_path() /
+                    ("dpl-fuzz-" + std::to_string(static_cast<long long>(std::rand())) + "-" +
+                     std::to_string(reinterpret_cast<std::uintptr_t>(&directory)));
+        std::filesystem::create_directories(path);
+        return path;
+    }();
+    return (directory / name).string();
+}
+
+inline void write_bytes(const std::string &path, const uint8_t *data, std::size_t size) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char *>(data), static_cast<std::streamsize>(size));
+}
+
+inline std::string read_bytes(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class EveryHostResolves : public platform::ForwardingPlatform {
+public:
+    EveryHostResolves() : ForwardingPlatform(platform::native()) {}
+    bool resolve_host(const std::string &) override { return true; }
+};
+
+}  // namespace dpl::fuzz
