@@ -58,7 +58,9 @@ void ServicesLoadAndLookUpEveryName(benchmark::State &state) {
         return;
     }
     for (auto _ : state) {
+        state.PauseTiming();
         dplServicesFree(block);
+        state.ResumeTiming();
         if (dplServicesLoad(block, file.path.c_str()) != 0) {
             state.SkipWithError("load failed");
             break;

@@ -17,7 +17,7 @@ using dpl::trace::kInstance;
 // a line of its own.
 constexpr std::size_t kReadBuffer = 255;
 
-// What a line becomes in the table. `line` ends with its line end.
+// What one piece of the file becomes in the table.
 NewLine classify(const std::string &line, int32_t number, const char *path) {
     if (line[0] == '\n') return NewLine{};
     if (line[0] == '#') return NewLine{DPL_CONFIG_COMMENT, line, {}, std::nullopt};
@@ -40,6 +40,7 @@ extern "C" int32_t dplReadConfig(Instance *instance, const char *path) {
         std::string content;
         std::string line;
         uint32_t error = 0;
+        // -952 is the code for a file that cannot be opened, read or write.
         if (!dpl::core::read_text_file(path, &content, &error)) return DPL_E_OPEN_WRITE;
 
         dpl::config::ConfigTable *table = dpl::config::table_of(instance);

@@ -18,6 +18,7 @@ struct Line {
     std::string name;
     std::string value;
     std::string comment;
+    uint64_t version = 0;
 };
 
 // NETTYPE, VPCLASS and BUFFERPOOL entries of one name. A value whose first
@@ -82,6 +83,7 @@ bool is_repeatable(std::string_view name) {
 struct ConfigTable::Impl {
     std::vector<std::unique_ptr<Line[]>> blocks;
     std::size_t count = 0;
+    uint64_t versions = 0;  // the last version handed out, table-wide
     // Keys view the names inside the lines, which never change.
     std::unordered_map<std::string_view, Group> index;
 
@@ -176,6 +178,7 @@ ConfigTable::Insertion ConfigTable::insert_parameter(std::string_view name, std:
     line.record.name = line.name.data();
     line.record.value = line.value.data();
     line.record.comment = comment ? line.comment.data() : nullptr;
+    line.version = ++impl_->versions;
     ++impl_->count;
     // A parameter takes the count after its own append.
     line.record.sequence = static_cast<int32_t>(impl_->count);
@@ -207,7 +210,19 @@ void ConfigTable::replace_value(Index index, std::string_view value) {
     }
     line.value.swap(fresh);
     line.record.value = line.value.data();
+    line.version = ++impl_->versions;
 }
+
+void ConfigTable::append_value(Index index, std::string_view suffix) {
+    Line &line = impl_->line(index);
+    line.value.append(suffix);
+    line.record.value = line.value.data();
+    line.version = ++impl_->versions;
+}
+
+uint64_t ConfigTable::value_version(Index index) const { return impl_->line(index).version; }
+
+std::string_view ConfigTable::value_view(Index index) const { return impl_->line(index).value; }
 
 ConfigEntry &ConfigTable::entry(Index index) {
     return impl_->line(index).record;

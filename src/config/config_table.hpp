@@ -65,6 +65,15 @@ public:
     // is what find() answers for the name and the new value (as a setting
     // does), so the first fields of the repeatable names stay distinct.
     void replace_value(Index index, std::string_view value);
+    // Appends to a parameter's value in place, in amortised constant time
+    // per character, for lists that grow an item at a time. Not for the
+    // repeatable names, whose first field is an index key.
+    void append_value(Index index, std::string_view suffix);
+    // Differs from every earlier answer for `index` once its value was
+    // replaced or appended to, so that a cache of the value can tell it is stale.
+    uint64_t value_version(Index index) const;
+    // A parameter's value with its length known (no scan for the terminator).
+    std::string_view value_view(Index index) const;
 
     ConfigEntry &entry(Index index);
     const ConfigEntry &entry(Index index) const;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "config/config_table.hpp"
+#include "connections/alias_index.hpp"
 #include "core/connection_list.hpp"
 #include "dpl/dpl.h"
 
@@ -28,6 +29,7 @@ struct Instance {
     std::vector<dpl::core::EnvironmentEntry> environment;  // in order of first setting
     dpl::core::ConnectionList connections;
     dpl::config::ConfigTable config;
+    dpl::connections::AliasIndex server_alias_index;  // over DBSERVERALIASES
     uint32_t sqlhosts_location = DPL_SQLHOSTS_FILE;
     std::string remote_machine;
 };

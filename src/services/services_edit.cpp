@@ -63,6 +63,53 @@ int32_t check_aliases(InstallControlBlock *block, int32_t alias_count, const cha
     return DPL_OK;
 }
 
+// Fills a service line from the checked arguments; 0 or -1000.
+int32_t build_line(ServicesLine *line, const char *name, uint16_t port, const char *protocol,
+                   int32_t alias_count, const char *const *aliases, const char *comment) {
+    line->kind = dpl::services::kServiceLine;
+    line->port = port;
+    try {
+        line->text_or_name = name;
+    } catch (const std::bad_alloc &) {
+        ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate new string for name.");
+        return DPL_E_NOMEM;
+    }
+    try {
+        line->protocol = protocol;
+    } catch (const std::bad_alloc &) {
+        ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate new string for protocol.");
+        return DPL_E_NOMEM;
+    }
+    try {
+        line->aliases.resize(static_cast<std::size_t>(alias_count));
+    } catch (const std::bad_alloc &) {
+        ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate new name node.");
+        return DPL_E_NOMEM;
+    }
+    for (int32_t i = 0; i < alias_count; ++i) {
+        try {
+            line->aliases[static_cast<std::size_t>(i)] = aliases[i];
+        } catch (const std::bad_alloc &) {
+            ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate new string for alias %i\n", i);
+            return DPL_E_NOMEM;
+        }
+    }
+    if (given(comment)) {
+        try {
+            // The comment stays on its line.
+            std::string text = comment;
+            for (char &c : text) {
+                if (c == '\n' || c == '\r') c = ' ';
+            }
+            line->comment = std::move(text);
+        } catch (const std::bad_alloc &) {
+            ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate new string for comment.");
+            return DPL_E_NOMEM;
+        }
+    }
+    return DPL_OK;
+}
+
 int32_t add_service(InstallControlBlock *pointer, const char *name, uint16_t port, const char *protocol,
                     int32_t alias_count, const char *const *aliases, const char *comment) {
     ServicesFile *file = loaded_services(pointer);
@@ -108,22 +155,13 @@ int32_t add_service(InstallControlBlock *pointer, const char *name, uint16_t por
         if (rc != DPL_OK) return rc;
     }
 
+    ServicesLine line;
+    if (const int32_t rc = build_line(&line, name, port, protocol, alias_count, aliases, comment);
+        rc != DPL_OK) {
+        return rc;
+    }
+    ht_debug(5, kServices, __LINE__, "Adding a service: %s on %hu/%s\n", name, port, protocol);
     try {
-        ServicesLine line;
-        line.kind = dpl::services::kServiceLine;
-        line.text_or_name = name;
-        line.port = port;
-        line.protocol = protocol;
-        line.aliases.reserve(static_cast<std::size_t>(alias_count));
-        for (int32_t i = 0; i < alias_count; ++i) line.aliases.emplace_back(aliases[i]);
-        if (given(comment)) {
-            std::string text = comment;
-            for (char &c : text) {
-                if (c == '\n' || c == '\r') c = ' ';
-            }
-            line.comment = std::move(text);
-        }
-        ht_debug(5, kServices, __LINE__, "Adding a service: %s on %hu/%s\n", name, port, protocol);
         file->add_line(std::move(line));
     } catch (const std::bad_alloc &) {
         ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate new line.");
@@ -173,12 +211,17 @@ int32_t add_comment(InstallControlBlock *pointer, const char *text) {
     for (;;) {
         const std::size_t separator = all.find_first_of("\r\n", start);
         const std::size_t end = separator == std::string_view::npos ? all.size() : separator;
+        ServicesLine line;
+        line.kind = dpl::services::kCommentLine;
         try {
-            ServicesLine line;
-            line.kind = dpl::services::kCommentLine;
             line.text_or_name.assign(all.substr(start, end - start));
             line.text_or_name.push_back('\n');
-            ht_debug(5, kServices, __LINE__, "Added comment line: %s", line.text_or_name.c_str());
+        } catch (const std::bad_alloc &) {
+            ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate new string.");
+            return DPL_E_NOMEM;
+        }
+        ht_debug(5, kServices, __LINE__, "Added comment line: %s", line.text_or_name.c_str());
+        try {
             file->add_line(std::move(line));
         } catch (const std::bad_alloc &) {
             ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate new line.");

@@ -2,49 +2,38 @@
 #include "services/services_file.hpp"
 
 #include <algorithm>
-#include <string_view>
 
 namespace dpl::services {
 namespace {
-
-std::string port_key(uint16_t port) {
-    return std::to_string(port);
-}
-
-std::string with_protocol(std::string key, std::string_view protocol) {
-    // Names, ports and protocols never contain a NUL, so it separates them.
-    key.push_back('\0');
-    key.append(protocol);
-    return key;
-}
-
-// The name and the aliases of a service line, each once.
-std::vector<std::string> names_of(const ServicesLine &line) {
-    std::vector<std::string> names;
-    names.reserve(line.aliases.size() + 1);
-    names.push_back(line.text_or_name);
-    names.insert(names.end(), line.aliases.begin(), line.aliases.end());
-    std::sort(names.begin(), names.end());
-    names.erase(std::unique(names.begin(), names.end()), names.end());
-    return names;
-}
 
 bool given(const char *text) {
     return text != nullptr && text[0] != '\0';
 }
 
+uint64_t serial_of(LineRef line) {
+    return line->serial;
+}
+
+bool has_protocol(const ServicesLine &line, const char *protocol) {
+    return !given(protocol) || line.protocol == protocol;
+}
+
 }  // namespace
+
+void ServicesFile::reserve(std::size_t lines) {
+    by_name_.reserve(lines);
+    by_port_.reserve(std::min<std::size_t>(lines, 65536));
+}
 
 void ServicesFile::add_line(ServicesLine line) {
     line.serial = next_serial_;
-    line.index_slots.clear();
     lines_.push_back(std::move(line));
     const LineRef added = std::prev(lines_.end());
     if (added->kind == kServiceLine) {
         try {
             index_line(added);
         } catch (...) {
-            unindex_line(*added);
+            unindex_line(added);
             lines_.erase(added);
             throw;
         }
@@ -58,12 +47,13 @@ void ServicesFile::add_line(ServicesLine line) {
 }
 
 void ServicesFile::remove_line(LineRef line) noexcept {
-    unindex_line(*line);
+    if (line->kind == kServiceLine) unindex_line(line);
     lines_.erase(line);
 }
 
 void ServicesFile::clear() noexcept {
-    for (LineIndex &index : indexes_) index.clear();
+    by_name_.clear();
+    by_port_.clear();
     lines_.clear();
     path.reset();
     status = kNotLoaded;
@@ -73,49 +63,39 @@ void ServicesFile::clear() noexcept {
 }
 
 void ServicesFile::index_line(LineRef line) {
-    const std::vector<std::string> names = names_of(*line);
-    // Reserved up front so that recording a slot never fails after the
-    // index took the entry.
-    line->index_slots.reserve(2 * names.size() + 2);
-    const auto record = [&](IndexId id, std::string key) {
-        LineIndex::Entry *entry = indexes_[id].add(std::move(key), line->serial, line);
-        line->index_slots.push_back(IndexSlot{id, entry});
-    };
-    for (const std::string &name : names) {
-        record(kByName, name);
-        record(kByNameProtocol, with_protocol(name, line->protocol));
-    }
-    record(kByPort, port_key(line->port));
-    record(kByPortProtocol, with_protocol(port_key(line->port), line->protocol));
+    by_name_.add(line->text_or_name, line);
+    for (const std::string &alias : line->aliases) by_name_.add(alias, line);
+    by_port_.add(line->port, line);
 }
 
-void ServicesFile::unindex_line(ServicesLine &line) noexcept {
-    for (const IndexSlot &slot : line.index_slots) indexes_[slot.index].remove(slot.entry, line.serial);
-    line.index_slots.clear();
+void ServicesFile::unindex_line(LineRef line) noexcept {
+    // Removing a key the line was never recorded under does nothing, so this
+    // also undoes a half-finished index_line().
+    by_name_.remove(line->text_or_name, line, serial_of);
+    for (const std::string &alias : line->aliases) by_name_.remove(alias, line, serial_of);
+    by_port_.remove(line->port, line, serial_of);
 }
 
 const ServicesLine *ServicesFile::latest_named(const std::string &name, const char *protocol) const {
-    const Postings *found = given(protocol) ? indexes_[kByNameProtocol].find(with_protocol(name, protocol))
-                                            : indexes_[kByName].find(name);
+    const Postings *found = by_name_.find(name);
     if (found == nullptr) return nullptr;
-    return &*found->rbegin()->second;
+    for (auto it = found->rbegin(); it != found->rend(); ++it) {
+        if (has_protocol(**it, protocol)) return &**it;
+    }
+    return nullptr;
 }
 
 bool ServicesFile::has_port(uint16_t port, const char *protocol) const {
-    const Postings *found = given(protocol)
-                                ? indexes_[kByPortProtocol].find(with_protocol(port_key(port), protocol))
-                                : indexes_[kByPort].find(port_key(port));
-    return found != nullptr;
+    const Postings *found = by_port_.find(port);
+    if (found == nullptr) return false;
+    return std::any_of(found->begin(), found->end(),
+                       [protocol](LineRef line) { return has_protocol(*line, protocol); });
 }
 
 std::vector<LineRef> ServicesFile::candidates(const std::string &name, uint16_t port) const {
-    const Postings *found =
-        name.empty() ? indexes_[kByPort].find(port_key(port)) : indexes_[kByName].find(name);
-    std::vector<LineRef> lines;
-    if (found == nullptr) return lines;
-    lines.reserve(found->size());
-    for (auto it = found->rbegin(); it != found->rend(); ++it) lines.push_back(it->second);
-    return lines;
+    const Postings *found = name.empty() ? by_port_.find(port) : by_name_.find(name);
+    if (found == nullptr) return {};
+    return std::vector<LineRef>(found->rbegin(), found->rend());
 }
 
 }  // namespace dpl::services

@@ -35,7 +35,6 @@ struct ServicesLine {
     std::vector<std::string> aliases;    // in the order of the line
     std::optional<std::string> comment;  // text after '#'; none without a '#'
     uint64_t serial = 0;                 // order of addition, set by the model
-    std::vector<IndexSlot> index_slots;  // where the model indexed it
 };
 
 struct ServicesFile {
@@ -59,6 +58,8 @@ struct ServicesFile {
     // The lines in file order: the most recently added one is the last.
     const LineList &lines() const { return lines_; }
 
+    // Makes room in the indexes for a file of about `lines` lines.
+    void reserve(std::size_t lines);
     // Appends a line at the end of the file order and widens the columns for
     // a service line. On failure (out of memory) the model is unchanged.
     void add_line(ServicesLine line);
@@ -79,16 +80,13 @@ struct ServicesFile {
     std::vector<LineRef> candidates(const std::string &name, uint16_t port) const;
 
 private:
-    enum IndexId : uint32_t { kByName, kByNameProtocol, kByPort, kByPortProtocol, kIndexCount };
-
     void index_line(LineRef line);
-    void unindex_line(ServicesLine &line) noexcept;
+    void unindex_line(LineRef line) noexcept;
 
     LineList lines_;
     uint64_t next_serial_ = 0;
-    // By name or alias; name or alias, '\0', protocol; port; port, '\0',
-    // protocol.
-    LineIndex indexes_[kIndexCount];
+    LineIndex<std::string> by_name_;  // service lines by name and by alias
+    LineIndex<uint16_t> by_port_;     // service lines by port
 };
 
 }  // namespace dpl::services

@@ -96,9 +96,15 @@ int32_t generate_name(InstallControlBlock *pointer, char **out_name, const char 
                      "Error: dplServicesGenerateName could not convert time to string for unique name.");
             return DPL_E_FAIL;
         }
-        name = preferred;
-        name += '_';
-        name += stamp;
+        try {
+            name = preferred;
+            name += '_';
+            name += stamp;
+        } catch (const std::bad_alloc &) {
+            ht_debug(5, kServices, __LINE__,
+                     "Error: dplServicesGenerateName could not reallocate memory for buffer.");
+            return DPL_E_FAIL;
+        }
         ht_debug(5, kServices, __LINE__, "Generated a unique name: %s\n", name.c_str());
     }
     char *copy = dpl::core::c_copy(name);

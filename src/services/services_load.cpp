@@ -1,4 +1,5 @@
 // Loading the services file into the model, and releasing it.
+#include <algorithm>
 #include <new>
 #include <string>
 #include <string_view>
@@ -31,6 +32,7 @@ constexpr std::size_t kLineBuffer = 256;
 
 // Feeds the file's lines to the parser; 0, or the code that stopped it.
 int32_t parse_content(ServicesFile &file, std::string_view content) {
+    file.reserve(static_cast<std::size_t>(std::count(content.begin(), content.end(), '\n')) + 1);
     dpl::core::LinePieces pieces(content, kLineBuffer);
     std::string_view piece;
     std::string with_end;

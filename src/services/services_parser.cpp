@@ -1,3 +1,5 @@
+// Lines of a services file as the C library would read them: white space
+// and digits of the C locale, the name, port/protocol, aliases, comment.
 #include "services/services_parser.hpp"
 
 #include <climits>
@@ -31,6 +33,18 @@ int digits_value(std::string_view digits) {
     return static_cast<int>(value);
 }
 
+// Copies `text` into `out`; false, with the message at `level`, when memory
+// runs out.
+bool copy_text(std::string &out, std::string_view text, int32_t level) {
+    try {
+        out.assign(text);
+        return true;
+    } catch (const std::bad_alloc &) {
+        ht_debug(level, kServices, __LINE__, "Error: Couldn't allocate a new string.");
+        return false;
+    }
+}
+
 }  // namespace
 
 int32_t parse_alias_list(std::string_view text, std::size_t start, std::size_t end,
@@ -43,7 +57,16 @@ int32_t parse_alias_list(std::string_view text, std::size_t start, std::size_t e
     std::size_t at = skip_blanks(span, start);
     while (at < span.size()) {
         const std::size_t word_end = skip_word(span, at);
-        aliases->emplace_back(span.substr(at, word_end - at));
+        try {
+            aliases->emplace_back();
+        } catch (const std::bad_alloc &) {
+            ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate a new name node.");
+            return DPL_E_NOMEM;
+        }
+        if (!copy_text(aliases->back(), span.substr(at, word_end - at), 5)) {
+            aliases->pop_back();
+            return DPL_E_NOMEM;
+        }
         at = skip_blanks(span, word_end);
     }
     return DPL_OK;
@@ -52,7 +75,7 @@ int32_t parse_alias_list(std::string_view text, std::size_t start, std::size_t e
 int32_t parse_service_line(std::string_view text, ServicesLine *line) {
     std::size_t at = skip_blanks(text, 0);
     std::size_t end = skip_word(text, at);
-    line->text_or_name.assign(text.substr(at, end - at));
+    if (!copy_text(line->text_or_name, text.substr(at, end - at), 5)) return DPL_E_NOMEM;
 
     at = skip_blanks(text, end);
     end = at;
@@ -78,7 +101,7 @@ int32_t parse_service_line(std::string_view text, ServicesLine *line) {
         ht_debug(5, kServices, __LINE__, "Warning: The protocol appears to be missing.");
         return DPL_E_PARSE;
     }
-    line->protocol.assign(text.substr(at, end - at));
+    if (!copy_text(line->protocol, text.substr(at, end - at), 5)) return DPL_E_NOMEM;
 
     // A '#' inside the name or the protocol belongs to them; the comment
     // starts at the first one after the protocol.
@@ -89,32 +112,34 @@ int32_t parse_service_line(std::string_view text, ServicesLine *line) {
 
     if (hash != std::string_view::npos) {
         const std::string_view rest = text.substr(hash + 1);
-        line->comment.emplace(rest.substr(0, rest.find_first_of("\r\n")));
+        std::string comment;
+        if (!copy_text(comment, rest.substr(0, rest.find_first_of("\r\n")), 5)) return DPL_E_NOMEM;
+        line->comment = std::move(comment);
     }
     line->kind = kServiceLine;
     return DPL_OK;
 }
 
 int32_t parse_line(ServicesFile &file, std::string_view text) {
-    try {
-        ServicesLine line;
-        if (text.empty() || text[0] == '\n' || text[0] == '\r') {
-            line.kind = kBlankLine;
-        } else if (text[0] == '#') {
-            line.kind = kCommentLine;
-            line.text_or_name.assign(text.substr(1));
-        } else {
-            const int32_t rc = parse_service_line(text, &line);
-            if (rc == DPL_E_PARSE) {
-                const std::string whole(text);
-                ht_debug(9, kServices, __LINE__, "Warning: Parsing error on line: %s\n", whole.c_str());
-                line = ServicesLine{};
-                line.kind = kVerbatimLine;
-                line.text_or_name = whole;
-            } else if (rc != DPL_OK) {
-                return rc;
-            }
+    ServicesLine line;
+    if (text.empty() || text[0] == '\n' || text[0] == '\r') {
+        line.kind = kBlankLine;
+    } else if (text[0] == '#') {
+        line.kind = kCommentLine;
+        if (!copy_text(line.text_or_name, text.substr(1), 2)) return DPL_E_NOMEM;
+    } else {
+        const int32_t rc = parse_service_line(text, &line);
+        if (rc == DPL_E_PARSE) {
+            ht_debug(9, kServices, __LINE__, "Warning: Parsing error on line: %.*s\n",
+                     static_cast<int>(text.size()), text.data());
+            line = ServicesLine{};
+            line.kind = kVerbatimLine;
+            if (!copy_text(line.text_or_name, text, 2)) return DPL_E_NOMEM;
+        } else if (rc != DPL_OK) {
+            return rc;
         }
+    }
+    try {
         file.add_line(std::move(line));
     } catch (const std::bad_alloc &) {
         ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate a new line.");

@@ -13,7 +13,7 @@ class ServicesGenerate : public ServicesTest {
 protected:
     void SetUp() override {
         ServicesTest::SetUp();
-        ASSERT_EQ(0, load("orvx 40000/tcp orvx_2\n"));
+        ASSERT_EQ(0, load("orvx 40000/udp orvx_2\n"));
         forget_messages();
     }
 
