@@ -17,7 +17,11 @@ std::vector<std::string> comment_pieces(std::string_view text) {
         const std::size_t room = text.size() - at < 1023 ? text.size() - at : 1023;
         const std::size_t newline = text.substr(at, room).find('\n');
         const std::size_t length = newline == std::string_view::npos ? room : newline + 1;
-        if (text[at] == '#') comments.emplace_back(text.substr(at, length));
+        // A line is text: a NUL byte ends what is kept of it.
+        if (text[at] == '#') {
+            const std::string_view line = text.substr(at, length);
+            comments.emplace_back(line.substr(0, line.find('\0')));
+        }
         at += length;
     }
     return comments;

@@ -12,7 +12,7 @@ for program in build/fuzz/fuzz/*_fuzz; do
   mkdir -p "$work/$name"
   seeds=fuzz/corpus/$name
   [[ -d $seeds ]] || seeds=
-  if "$program" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=0 \
+  if "$program" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -artifact_prefix="$work/$name-" \
        "$work/$name" $seeds >"$work/$name.log" 2>&1; then
     echo "fuzz $name: ${seconds}s, $(grep -c . <(ls "$work/$name")) corpus files, no crash"
   else

@@ -75,7 +75,16 @@ std::string render_message(const LineSource &source, std::size_t assembly_length
     std::string out(kLineCapacity + 1, '\0');
     std::va_list copy;
     va_copy(copy, *source.args);
+    // The format is the caller's own, checked at the caller's site by the
+    // printf attribute of ht_log and ht_debug; it is only cut short here.
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wformat-nonliteral"
+#endif
     const int written = std::vsnprintf(out.data(), out.size(), format.c_str(), copy);
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
     va_end(copy);
     if (written < 0) return {};
     out.resize(static_cast<std::size_t>(written) < kLineCapacity ? static_cast<std::size_t>(written)
