@@ -7,7 +7,7 @@ seconds=${FUZZ_SECONDS:-20}
 cmake --preset fuzz >/dev/null && cmake --build --preset fuzz -j2 >/dev/null || { echo "fuzz build failed"; exit 1; }
 status=0
 work=$(mktemp -d /tmp/dpl-fuzz.XXXXXX)
-for program in build/fuzz/fuzz/*_fuzz; do
+for program in build/fuzz/bin/*_fuzz; do
   name=$(basename "$program" _fuzz)
   mkdir -p "$work/$name"
   seeds=fuzz/corpus/$name

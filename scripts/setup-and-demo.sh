@@ -14,10 +14,10 @@ cp examples/sqlhosts.example "$demo/sqlhosts.source"
 export DPL_SYSROOT="$demo/root" INSTALL_LOG="$demo/dplsync.log"
 
 echo "\$ dplsync   (no arguments)"
-build/release/tool/dplsync || echo "exit status $?"
+build/release/bin/dplsync || echo "exit status $?"
 echo
 echo "\$ dplsync -source sqlhosts.source -target sqlhosts.target -servers ol_demo"
-build/release/tool/dplsync -source "$demo/sqlhosts.source" -target "$demo/sqlhosts.target" -servers ol_demo
+build/release/bin/dplsync -source "$demo/sqlhosts.source" -target "$demo/sqlhosts.target" -servers ol_demo
 echo "exit status $?"
 echo
 echo "--- log file ($INSTALL_LOG)"

@@ -56,8 +56,7 @@ if cmake --preset windows >"$logs/windows-configure.log" 2>&1 &&
   WINEPREFIX=$(mktemp -d /tmp/dpl-wine.XXXXXX)
   export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
   wineboot --init >/dev/null 2>&1
-  (cd build/windows && ./tests/dpl_tests.exe --version >/dev/null 2>&1; true)
-  (cd build/windows/tests && wine ./dpl_tests.exe) >"$logs/windows-test.log" 2>&1
+  (cd build/windows/bin && wine ./dpl_tests.exe) >"$logs/windows-test.log" 2>&1
   [[ $? -eq 0 ]] || status=1
   grep -E '^\[  (FAILED|PASSED) ' "$logs/windows-test.log" | tail -20
   grep -B3 -A15 'Failure' "$logs/windows-test.log" | head -80
@@ -69,6 +68,12 @@ else
   status=1
   failed=$((failed + 1))
 fi
+
+echo "== libFuzzer targets (${FUZZ_SECONDS:-20} s each)"
+scripts/run-fuzzers.sh | tee "$logs/fuzz.log"
+[[ ${PIPESTATUS[0]} -eq 0 ]] || status=1
+passed=$((passed + $(grep -c 'no crash$' "$logs/fuzz.log")))
+failed=$((failed + $(grep -c 'FAILED' "$logs/fuzz.log")))
 
 rm -rf "$logs"
 cd "$root"

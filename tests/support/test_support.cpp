@@ -71,8 +71,9 @@ std::string read_file(const std::string &path) {
     return content.str();
 }
 
-std::string read_file_text(const std::string &path) {
-    const std::string raw = read_file(path);
+std::string read_file_text(const std::string &path) { return without_carriage_returns(read_file(path)); }
+
+std::string without_carriage_returns(const std::string &raw) {
     std::string text;
     text.reserve(raw.size());
     for (std::size_t i = 0; i < raw.size(); ++i) {
@@ -116,11 +117,16 @@ ProgramResult run_program(const std::string &program, const std::vector<std::str
     const std::string output_file = scratch.file("stdout.txt");
     ProgramResult result;
 #ifdef _WIN32
-    std::string command = quote_argument(program);
-    for (const auto &argument : arguments) command += " " + quote_argument(argument);
-    command += " > " + quote_argument(output_file);
     // cmd.exe strips one pair of outer quotes from the whole line.
-    command = "\"" + command + "\"";
+    std::string command = "\"";
+    command += quote_argument(program);
+    for (const auto &argument : arguments) {
+        command += ' ';
+        command += quote_argument(argument);
+    }
+    command += " > ";
+    command += quote_argument(output_file);
+    command += '"';
     result.exit_code = std::system(command.c_str());
 #else
     // Started without a shell, so that arguments arrive exactly as given.

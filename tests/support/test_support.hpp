@@ -24,6 +24,7 @@ private:
 std::string read_file(const std::string &path);
 // The file as a text-mode read sees it: CRLF line ends become "\n".
 std::string read_file_text(const std::string &path);
+std::string without_carriage_returns(const std::string &text);
 void write_file(const std::string &path, const std::string &content);
 std::vector<std::string> lines_of(const std::string &text);
 
