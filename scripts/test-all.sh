@@ -59,7 +59,7 @@ if cmake --preset windows >"$logs/windows-configure.log" 2>&1 &&
   (cd build/windows/bin && wine ./dpl_tests.exe) >"$logs/windows-test.log" 2>&1
   [[ $? -eq 0 ]] || status=1
   grep -E '^\[  (FAILED|PASSED) ' "$logs/windows-test.log" | tail -20
-  grep -B3 -A15 'Failure' "$logs/windows-test.log" | head -80
+  grep -B3 -A15 ': Failure$' "$logs/windows-test.log" | head -80
   count_gtest "$logs/windows-test.log"
   wineserver -k >/dev/null 2>&1 || true
   rm -rf "$WINEPREFIX"
