@@ -49,7 +49,10 @@ BENCHMARK(BM_DplsyncMerge)->Arg(2000)->Arg(20000)->Unit(benchmark::kMillisecond)
 void BM_DplsyncTwoAliases(benchmark::State &state) {
     dpl::test::ScratchDir dir;
     std::filesystem::create_directories(dir.path() / "etc");
-    { std::ofstream services(dir.file("etc/services")); services << "svc_a 9001/tcp\n"; }
+    {
+        std::ofstream services(dir.file("etc/services"));
+        services << "svc_a 9001/tcp\n";
+    }
     dpl::test::set_env("DPL_SYSROOT", dir.path().string().c_str());
     const std::string source = dir.file("source");
     dpl::test::write_file(source, "ol_a onsoctcp localhost svc_a\nol_b onipcshm localhost ol_b\n");

@@ -7,7 +7,6 @@
 #include "sync_arguments.hpp"
 #include "sync_run.hpp"
 
-
 int main(int argc, char **argv) {
     dplsync::SyncArguments arguments;
     try {

@@ -10,8 +10,12 @@ namespace {
 
 using dpl::trace::kInstance;
 
-bool given(const char *text) { return text != nullptr && text[0] != '\0'; }
-const char *shown(const char *text) { return text != nullptr ? text : "(null)"; }
+bool given(const char *text) {
+    return text != nullptr && text[0] != '\0';
+}
+const char *shown(const char *text) {
+    return text != nullptr ? text : "(null)";
+}
 
 // The first alias names the server; every other one joins DBSERVERALIASES.
 int32_t keep_server_names(InstallControlBlock *block, Instance &instance, const char *alias) {
@@ -58,10 +62,11 @@ void update_entry(Connection &entry, uint32_t protocol, const char *host, uint16
 }  // namespace
 
 extern "C" int32_t dplAddConnection(InstallControlBlock *pointer, const char *alias, uint32_t protocol,
-                                    const char *host, uint16_t port, const char *service, const char *options) {
+                                    const char *host, uint16_t port, const char *service,
+                                    const char *options) {
     htenter(1, kInstance, __LINE__, "dplAddConnection");
-    ht_debug(2, kInstance, __LINE__, "alias = %s, host = %s, port = %hu, service = %s and options = %s.", shown(alias),
-             shown(host), port, shown(service), shown(options));
+    ht_debug(2, kInstance, __LINE__, "alias = %s, host = %s, port = %hu, service = %s and options = %s.",
+             shown(alias), shown(host), port, shown(service), shown(options));
     InstallControlBlock *block = dpl::core::as_block(pointer);
     if (block == nullptr) return DPL_E_BAD_CONTEXT;
     int32_t status = DPL_OK;

@@ -96,7 +96,8 @@ void AliasIndex::extend(unsigned char symbol) {
             const int32_t clone = add_state(at(states_, state).length + 1, at(states_, next).link);
             // Copy the edges of `next` (by value: add_state may have moved the states).
             const State original = at(states_, next);
-            for (int i = 0; i < original.inline_count; ++i) add_edge(clone, original.symbol[i], original.target[i]);
+            for (int i = 0; i < original.inline_count; ++i)
+                add_edge(clone, original.symbol[i], original.target[i]);
             for (int32_t edge = original.first_edge; edge != kNone; edge = at(edges_, edge).next) {
                 const Edge copy = at(edges_, edge);
                 add_edge(clone, copy.symbol, copy.target);

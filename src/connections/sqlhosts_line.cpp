@@ -3,7 +3,9 @@
 namespace dpl::connections {
 namespace {
 
-bool is_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r'; }
+bool is_space(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
 
 // Takes the next word from `line` at `at`, keeping at most `limit` characters.
 std::string next_word(std::string_view line, std::size_t &at, std::size_t limit) {

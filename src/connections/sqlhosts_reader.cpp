@@ -15,14 +15,17 @@ using dpl::trace::kInstance;
 
 constexpr std::size_t kLinePiece = 1024;  // lines arrive in pieces of 1023 characters
 
-const char *or_empty(const std::string &text) { return text.c_str(); }
+const char *or_empty(const std::string &text) {
+    return text.c_str();
+}
 
 int32_t read_file(InstallControlBlock *block, const char *path) {
     if (path == nullptr) return DPL_E_NULL_ARGUMENT;
     std::string content;
     uint32_t error = 0;
     if (!dpl::core::read_text_file(path, &content, &error)) {
-        ht_debug(5, kInstance, __LINE__, "SQLHOSTS file (%s) open failure errno = %d\n", path, static_cast<int>(error));
+        ht_debug(5, kInstance, __LINE__, "SQLHOSTS file (%s) open failure errno = %d\n", path,
+                 static_cast<int>(error));
         return DPL_E_OPEN_READ;
     }
     dpl::core::LinePieces pieces(content, kLinePiece);
@@ -37,14 +40,14 @@ int32_t read_file(InstallControlBlock *block, const char *path) {
         const dpl::connections::SqlhostsFields fields = dpl::connections::split_sqlhosts_line(piece);
         const uint32_t protocol = dplMapStringtoProtocol(fields.protocol.c_str());
         if (protocol == 0) {
-            ht_debug(5, kInstance, __LINE__, "Failed to map protocol (%s) for (%s)\n", or_empty(fields.protocol),
-                     or_empty(fields.alias));
+            ht_debug(5, kInstance, __LINE__, "Failed to map protocol (%s) for (%s)\n",
+                     or_empty(fields.protocol), or_empty(fields.alias));
             return DPL_E_FAIL;
         }
         const auto port =
             static_cast<uint16_t>(dplServicesGetPortFromName(block, fields.service.c_str(), "tcp"));
-        dplAddConnection(block, fields.alias.c_str(), protocol, fields.host.c_str(), port, fields.service.c_str(),
-                         fields.options.c_str());
+        dplAddConnection(block, fields.alias.c_str(), protocol, fields.host.c_str(), port,
+                         fields.service.c_str(), fields.options.c_str());
     }
     return DPL_OK;
 }
@@ -118,10 +121,11 @@ int32_t read_registry(InstallControlBlock *block, const char *machine) {
             const uint32_t protocol = dplMapStringtoProtocol(picked.protocol);
             if (picked.host != nullptr && picked.service != nullptr && protocol != 0) {
                 if ((protocol & DPL_PROTOCOL_GROUP) == 0) {
-                    last_port = static_cast<uint16_t>(dplServicesGetPortFromName(block, picked.service, "tcp"));
+                    last_port =
+                        static_cast<uint16_t>(dplServicesGetPortFromName(block, picked.service, "tcp"));
                 }
-                result = dplAddConnection(block, alias->name, protocol, picked.host, last_port, picked.service,
-                                          picked.options);
+                result = dplAddConnection(block, alias->name, protocol, picked.host, last_port,
+                                          picked.service, picked.options);
             }
         }
         dplFreeRegData(&values);
@@ -156,7 +160,8 @@ int32_t dplWindowsReadConnections(InstallControlBlock *pointer, const char *plac
         if (place[0] == '\\') {
             // A machine name when its registry answers; otherwise a file name.
             RemoteRoot probe;
-            if (probe.connect(place) == dpl::platform::err::kOk) return dplReadConnectionsRegistery(block, place);
+            if (probe.connect(place) == dpl::platform::err::kOk)
+                return dplReadConnectionsRegistery(block, place);
         }
         return dplReadConnections(block, place);
     });

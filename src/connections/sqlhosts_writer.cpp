@@ -25,7 +25,9 @@ struct CFree {
     void operator()(char *text) const { std::free(text); }
 };
 
-const char *text_or_null(const char *text) { return text != nullptr ? text : "(null)"; }
+const char *text_or_null(const char *text) {
+    return text != nullptr ? text : "(null)";
+}
 
 std::string environment_value(Instance &instance, const char *name, bool *found) {
     const dpl::core::EnvironmentEntry *entry = dpl::core::find_environment(instance, name);
@@ -45,7 +47,9 @@ std::string sqlhosts_file_name(Instance &instance) {
 // The group named by a "g=name" setting in the options, if any.
 bool group_of(const std::string &options, std::string *group) {
     auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
-    auto is_space = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r'; };
+    auto is_space = [](char c) {
+        return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+    };
     for (std::size_t at = options.find('g'); at != std::string::npos; at = options.find('g', at + 1)) {
         std::size_t i = at + 1;
         while (i < options.size() && is_blank(options[i])) ++i;

@@ -59,8 +59,8 @@ Connection &ConnectionList::append_connection(const char *alias, uint32_t protoc
     }
 }
 
-Connection *ConnectionList::update_first(std::string_view alias, uint32_t protocol, uint16_t port, Field service,
-                                         Field host, Field options) {
+Connection *ConnectionList::update_first(std::string_view alias, uint32_t protocol, uint16_t port,
+                                         Field service, Field host, Field options) {
     const auto found = first_by_alias_.find(std::string(alias));
     if (found == first_by_alias_.end() || found->second == nullptr) return nullptr;
     Node &node = *found->second;

@@ -28,8 +28,8 @@ public:
                                   const char *host, const char *options);
     // Replaces the fields of the first entry of `alias` in place (its place
     // in the list stays). Returns null when there is no such entry.
-    Connection *update_first(std::string_view alias, uint32_t protocol, uint16_t port, Field service, Field host,
-                             Field options);
+    Connection *update_first(std::string_view alias, uint32_t protocol, uint16_t port, Field service,
+                             Field host, Field options);
 
     // The first kind-3 entry of `alias` (exact, case-sensitive), or null.
     Connection *find(std::string_view alias);

@@ -80,9 +80,13 @@ int32_t copy_tree(dpl::platform::RegKey destination, dpl::platform::RegKey sourc
 
 extern "C" {
 
-void dplFreeRegData(DplRegValue **list) { free_list(list); }
+void dplFreeRegData(DplRegValue **list) {
+    free_list(list);
+}
 
-void dplFreeRegSubKeys(DplRegSubKey **list) { free_list(list); }
+void dplFreeRegSubKeys(DplRegSubKey **list) {
+    free_list(list);
+}
 
 int32_t dplQueryRegData(DplHKEY root, const char *path, DplRegValue **list, int32_t view) {
     if (list == nullptr) return DPL_E_NULL_ARGUMENT;
@@ -90,7 +94,8 @@ int32_t dplQueryRegData(DplHKEY root, const char *path, DplRegValue **list, int3
     auto &os = dpl::platform::current();
     dpl::registry::OpenKey key;
     dpl::platform::RegKeyInfo info;
-    if (key.open(dpl::registry::to_key(root), path != nullptr ? path : "", dpl::registry::to_view(view)) != kOk ||
+    if (key.open(dpl::registry::to_key(root), path != nullptr ? path : "", dpl::registry::to_view(view)) !=
+            kOk ||
         os.reg_query_info(key.get(), &info) != kOk) {
         return DPL_E_REG_READ;
     }
@@ -123,7 +128,8 @@ int32_t dplQueryRegSubKeys(DplHKEY root, const char *path, DplRegSubKey **list, 
     auto &os = dpl::platform::current();
     dpl::registry::OpenKey key;
     dpl::platform::RegKeyInfo info;
-    if (key.open(dpl::registry::to_key(root), path != nullptr ? path : "", dpl::registry::to_view(view)) != kOk ||
+    if (key.open(dpl::registry::to_key(root), path != nullptr ? path : "", dpl::registry::to_view(view)) !=
+            kOk ||
         os.reg_query_info(key.get(), &info) != kOk) {
         return DPL_E_REG_READ;
     }
@@ -148,7 +154,7 @@ int32_t dplQueryRegSubKeys(DplHKEY root, const char *path, DplRegSubKey **list, 
 }
 
 char *dplGetRegDataFromName(int32_t root_selector, const char *path, const char *value_name, int32_t view) {
-    static const DplHKEY kRoots[] = {DPL_HKEY_CLASSES_ROOT, DPL_HKEY_CURRENT_CONFIG,    DPL_HKEY_CURRENT_USER,
+    static const DplHKEY kRoots[] = {DPL_HKEY_CLASSES_ROOT,  DPL_HKEY_CURRENT_CONFIG,   DPL_HKEY_CURRENT_USER,
                                      DPL_HKEY_LOCAL_MACHINE, DPL_HKEY_PERFORMANCE_DATA, DPL_HKEY_USERS};
     if (root_selector < 0 || root_selector > DPL_ROOT_USERS) return nullptr;
     DplRegValue *values = nullptr;

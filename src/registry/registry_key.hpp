@@ -10,7 +10,9 @@
 
 namespace dpl::registry {
 
-inline platform::RegKey to_key(DplHKEY key) { return reinterpret_cast<platform::RegKey>(key); }
+inline platform::RegKey to_key(DplHKEY key) {
+    return reinterpret_cast<platform::RegKey>(key);
+}
 
 inline platform::RegView to_view(int32_t selector) {
     if (selector == DPL_REG_VIEW_32) return platform::RegView::Bits32;

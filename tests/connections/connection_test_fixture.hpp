@@ -31,12 +31,13 @@ protected:
     // Aliases of the connection list, comments shown as their text.
     std::string listing() const {
         std::string text;
-        for (const Connection *entry = block->current->connections.head(); entry != nullptr; entry = entry->next) {
+        for (const Connection *entry = block->current->connections.head(); entry != nullptr;
+             entry = entry->next) {
             if (entry->kind == DPL_CONNECTION_ENTRY) {
-                text += std::string(entry->alias ? entry->alias : "(null)") + ":" + std::to_string(entry->protocol) +
-                        ":" + (entry->host ? entry->host : "(null)") + ":" + std::to_string(entry->port) + ":" +
-                        (entry->service ? entry->service : "(null)") + ":" +
-                        (entry->options ? entry->options : "(null)") + "\n";
+                text += std::string(entry->alias ? entry->alias : "(null)") + ":" +
+                        std::to_string(entry->protocol) + ":" + (entry->host ? entry->host : "(null)") + ":" +
+                        std::to_string(entry->port) + ":" + (entry->service ? entry->service : "(null)") +
+                        ":" + (entry->options ? entry->options : "(null)") + "\n";
             } else if (entry->kind == DPL_CONNECTION_COMMENT) {
                 text += "comment " + std::string(entry->alias);
             } else {

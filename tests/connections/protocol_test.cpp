@@ -22,8 +22,8 @@ TEST(Protocol, TextsAndCodes) {
     EXPECT_EQ(0x5Eu, dplMapStringtoProtocol("onsoctcpxyz"));  // the tail is ignored
     EXPECT_EQ(256u, dplMapStringtoProtocol("group"));
     EXPECT_EQ(256u, dplMapStringtoProtocol("groupX"));
-    for (const char *rejected : {"", "on", "onsoc", "ONSOCTCP", "dripcimc", "xxsoctcp", "onxxxtcp", "onsocxxx",
-                                 "o", "grou", "onsocTCP"}) {
+    for (const char *rejected : {"", "on", "onsoc", "ONSOCTCP", "dripcimc", "xxsoctcp", "onxxxtcp",
+                                 "onsocxxx", "o", "grou", "onsocTCP"}) {
         EXPECT_EQ(0u, dplMapStringtoProtocol(rejected)) << rejected;
     }
     EXPECT_EQ(0u, dplMapStringtoProtocol(nullptr));

@@ -1,6 +1,7 @@
 // Reading and writing sqlhosts files.
 #include "connections/connection_test_fixture.hpp"
 #include "platform/forwarding_platform.hpp"
+#include "support/listener.hpp"
 
 namespace dpl::test {
 namespace {
@@ -41,8 +42,8 @@ TEST_F(SqlhostsFile, FieldsAreCutAtTheirLimitsAndLongLinesSplit) {
     const std::string alias(130, 'a');
     const std::string host(300, 'h');
     // A physical line of more than 1023 characters continues as a line of its own.
-    const std::string long_line =
-        "ol_x onsoctcp " + host + " svc_a " + std::string(1023 - 14 - 300 - 7, 'o') + " ol_y onsoctcp localhost svc_b\n";
+    const std::string long_line = "ol_x onsoctcp " + host + " svc_a " +
+                                  std::string(1023 - 14 - 300 - 7, 'o') + " ol_y onsoctcp localhost svc_b\n";
     write_file(path, alias + " onsoctcpABC host svc_a\n" + long_line);
     ASSERT_EQ(0, dplReadConnections(block, path.c_str()));
     const Connection *first = block->current->connections.head();
@@ -74,8 +75,9 @@ TEST_F(SqlhostsFile, ReadingTwiceUpdatesAliasesButRepeatsComments) {
     write_file(path, "#c\nol_a onsoctcp localhost svc_a\nol_b onsoctcp\n");
     ASSERT_EQ(0, dplReadConnections(block, path.c_str()));
     ASSERT_EQ(0, dplReadConnections(block, path.c_str()));
-    EXPECT_EQ("comment #c\nol_a:94:localhost:9001:svc_a:(null)\nol_b:94:(null):64569:(null):(null)\ncomment #c\n",
-              listing());
+    EXPECT_EQ(
+        "comment #c\nol_a:94:localhost:9001:svc_a:(null)\nol_b:94:(null):64569:(null):(null)\ncomment #c\n",
+        listing());
 }
 
 TEST_F(SqlhostsFile, WritesTheFileNamedByTheEnvironment) {
@@ -150,13 +152,36 @@ TEST_F(SqlhostsFile, AnUnresolvableHostStopsTheWriteWithWhatCameBefore) {
     dplAddConnection(block, "ol_b", 0x5E, "bad-host", 9002, "svc_b", nullptr);
     dplAddConnection(block, "ol_c", 0x5E, "localhost", 9001, "svc_a", nullptr);
     EXPECT_EQ(DPL_E_FAIL, dplWriteConnection(block));
-    EXPECT_EQ("ol_a onsoctcp localhost svc_a \nol_g group bad-but-group x \nol_s onsoctcp *localhost svc_a \n",
-              read_file_text(out));
+    EXPECT_EQ(
+        "ol_a onsoctcp localhost svc_a \nol_g group bad-but-group x \nol_s onsoctcp *localhost svc_a \n",
+        read_file_text(out));
     // Groups are not resolved, a star is not part of the name, and a name is asked once.
     EXPECT_EQ((std::vector<std::string>{"localhost", "bad-host"}), resolver.asked);
 
     ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXSQLHOSTS", dir.file("no-dir/out").c_str()));
     EXPECT_EQ(DPL_E_OPEN_WRITE, dplWriteConnection(block));
+}
+
+TEST_F(SqlhostsFile, ASocketPortHeldByAProgramStopsTheWriteUnlessPortTestsAreOff) {
+    Listener listener;
+    ASSERT_NE(0, listener.port());
+    const std::string out = dir.file("out");
+    ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXSQLHOSTS", out.c_str()));
+    dplAddConnection(block, "ol_shm", 0x46, "localhost", listener.port(), "held", nullptr);
+    dplAddConnection(block, "ol_tcp", 0x5E, "localhost", listener.port(), "held", nullptr);
+    // The context was opened with mode 0x4: no port test.
+    EXPECT_EQ(0, dplWriteConnection(block));
+
+    finish(block);
+    block = init_API(0, 1, "p", "12.10.FC1");
+    ASSERT_NE(nullptr, block);
+    ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXSQLHOSTS", out.c_str()));
+    dplAddConnection(block, "ol_shm", 0x46, "localhost", listener.port(), "held", nullptr);
+    dplAddConnection(block, "ol_tcp", 0x5E, "localhost", listener.port(), "held", nullptr);
+    EXPECT_EQ(DPL_E_PORT_IN_USE, dplWriteConnection(block));
+    // Only the interface type "soc" is port-tested.
+    EXPECT_EQ("ol_shm onipcshm localhost held \n", read_file_text(out));
+    dplAddConnection(block, "ol_zero", 0x5E, "localhost", 0, "zero", nullptr);
 }
 
 }  // namespace

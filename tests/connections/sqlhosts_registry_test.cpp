@@ -51,7 +51,8 @@ protected:
         std::string text;
         for (const Connection *e = block->current->connections.head(); e != nullptr; e = e->next) {
             text += std::string(e->alias) + ":" + std::to_string(e->protocol) + ":" + e->host + ":" +
-                    std::to_string(e->port) + ":" + e->service + ":" + (e->options ? e->options : "(null)") + "\n";
+                    std::to_string(e->port) + ":" + e->service + ":" + (e->options ? e->options : "(null)") +
+                    "\n";
         }
         return text;
     }
@@ -76,7 +77,8 @@ TEST_F(SqlhostsRegistry, AMissingOrEmptyNodeIsAnError) {
         "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Orvandex\\SQLHOSTS]\r\n");
     EXPECT_EQ(DPL_E_REG_NO_SUBKEYS, dplReadConnectionsRegistery(block, nullptr));
     import_registry(
-        "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Orvandex\\SQLHOSTS\\empty]\r\n");
+        "Windows Registry Editor Version "
+        "5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\Orvandex\\SQLHOSTS\\empty]\r\n");
     EXPECT_EQ(DPL_E_REG_NO_VALUES, dplReadConnectionsRegistery(block, nullptr));
 }
 
@@ -91,7 +93,8 @@ TEST_F(SqlhostsRegistry, WritesFourValuesPerAliasAndGroupKeys) {
     EXPECT_EQ(DPL_SQLHOSTS_REMOTE_REGISTRY, dplGetSqlhostsLocation(block));
     const std::string key = "SOFTWARE\\Orvandex\\SQLHOSTS\\";
     EXPECT_EQ("HOST=*localhost\nOPTIONS=\nPROTOCOL=onsoctcp\nSERVICE=svc_a\n", values_of(key + "ol_star"));
-    EXPECT_EQ("HOST=*localhost\nOPTIONS=g=grp1 k=2\nPROTOCOL=onipcshm\nSERVICE=svc_b\n", values_of(key + "ol_plain"));
+    EXPECT_EQ("HOST=*localhost\nOPTIONS=g=grp1 k=2\nPROTOCOL=onipcshm\nSERVICE=svc_b\n",
+              values_of(key + "ol_plain"));
     EXPECT_EQ(values_of(key + "ol_plain"), values_of(key + "grp1\\ol_plain"));
     EXPECT_EQ("HOST=-\nOPTIONS=\nPROTOCOL=group\nSERVICE=-\n", values_of(key + "grp1"));
     EXPECT_EQ("HOST=*localhost\nOPTIONS=k=3\nPROTOCOL=onsoctcp\nSERVICE=svc_b\n", values_of(key + "ol_opts"));
@@ -109,7 +112,8 @@ TEST_F(SqlhostsRegistry, EntriesTheRegistryCannotHoldAreRefused) {
     dplAddConnection(block, "ol_a", 0x46, "localhost", 0, nullptr, nullptr);
     EXPECT_EQ(DPL_E_INVALID_VALUE, dplWriteConnection(block));
     // What came before the missing service stays written.
-    EXPECT_EQ("HOST=*localhost\nOPTIONS=\nPROTOCOL=onipcshm\n", values_of("SOFTWARE\\Orvandex\\SQLHOSTS\\ol_a"));
+    EXPECT_EQ("HOST=*localhost\nOPTIONS=\nPROTOCOL=onipcshm\n",
+              values_of("SOFTWARE\\Orvandex\\SQLHOSTS\\ol_a"));
 }
 
 #ifndef _WIN32

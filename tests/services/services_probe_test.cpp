@@ -2,17 +2,8 @@
 #include <string>
 #include <vector>
 
-#ifdef _WIN32
-#include <winsock2.h>
-#include <ws2tcpip.h>
-#else
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-#endif
-
 #include "services/services_fixture.hpp"
+#include "support/listener.hpp"
 
 namespace dpl::test {
 namespace {
@@ -83,48 +74,6 @@ TEST_F(ServicesProbe, WithSocketsOffOnlyTheFileCounts) {
     EXPECT_EQ(2, dplServicesTestPort(block, 5001, "tcp"));
     EXPECT_TRUE(os.probed.empty());
 }
-
-class Listener {
-public:
-    Listener() {
-#ifdef _WIN32
-        WSADATA data;
-        started_ = WSAStartup(MAKEWORD(2, 2), &data) == 0;
-#endif
-        socket_ = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_ANY);
-        address.sin_port = 0;
-        if (::bind(socket_, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) return;
-        if (::listen(socket_, 1) != 0) return;
-        socklen_t length = sizeof address;
-        if (::getsockname(socket_, reinterpret_cast<sockaddr *>(&address), &length) != 0) return;
-        port_ = ntohs(address.sin_port);
-    }
-    Listener(const Listener &) = delete;
-    Listener &operator=(const Listener &) = delete;
-    ~Listener() {
-#ifdef _WIN32
-        ::closesocket(socket_);
-        if (started_) WSACleanup();
-#else
-        ::close(socket_);
-#endif
-    }
-    uint16_t port() const {
-        return port_;
-    }
-
-private:
-#ifdef _WIN32
-    SOCKET socket_ = INVALID_SOCKET;
-    bool started_ = false;
-#else
-    int socket_ = -1;
-#endif
-    uint16_t port_ = 0;
-};
 
 TEST_F(ServicesProbe, APortWithARealListenerIsInUseUntilSocketsAreTurnedOff) {
     os.real_sockets = true;

@@ -53,7 +53,8 @@ std::string MachineTest::add_machine(const std::string &name, const std::string 
 std::string MachineTest::values_of(const std::string &path) {
     auto &os = platform::current();
     platform::RegKey key = platform::kNoKey;
-    if (os.reg_open_key(platform::kLocalMachine, path, platform::RegView::Default, &key) != 0) return "<missing>";
+    if (os.reg_open_key(platform::kLocalMachine, path, platform::RegView::Default, &key) != 0)
+        return "<missing>";
     std::string text;
     for (uint32_t index = 0;; ++index) {
         std::string name;
@@ -70,7 +71,8 @@ std::string MachineTest::values_of(const std::string &path) {
 std::string MachineTest::subkeys_of(const std::string &path) {
     auto &os = platform::current();
     platform::RegKey key = platform::kNoKey;
-    if (os.reg_open_key(platform::kLocalMachine, path, platform::RegView::Default, &key) != 0) return "<missing>";
+    if (os.reg_open_key(platform::kLocalMachine, path, platform::RegView::Default, &key) != 0)
+        return "<missing>";
     std::string text;
     for (uint32_t index = 0;; ++index) {
         std::string name;

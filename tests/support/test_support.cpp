@@ -32,7 +32,9 @@ int current_pid() {
 #endif
 
 #ifdef _WIN32
-std::string quote_argument(const std::string &argument) { return "\"" + argument + "\""; }
+std::string quote_argument(const std::string &argument) {
+    return "\"" + argument + "\"";
+}
 #endif
 
 std::vector<char *> argv_of(const std::string &program, const std::vector<std::string> &arguments,
@@ -71,7 +73,9 @@ std::string read_file(const std::string &path) {
     return content.str();
 }
 
-std::string read_file_text(const std::string &path) { return without_carriage_returns(read_file(path)); }
+std::string read_file_text(const std::string &path) {
+    return without_carriage_returns(read_file(path));
+}
 
 std::string without_carriage_returns(const std::string &raw) {
     std::string text;

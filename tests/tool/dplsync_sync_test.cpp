@@ -18,7 +18,9 @@ const char kRegistrySeed[] =
 
 class DplsyncSync : public MachineTest {
 protected:
-    ProgramResult sync(const std::vector<std::string> &arguments) { return run_program(DPL_TEST_DPLSYNC, arguments); }
+    ProgramResult sync(const std::vector<std::string> &arguments) {
+        return run_program(DPL_TEST_DPLSYNC, arguments);
+    }
 };
 
 TEST_F(DplsyncSync, MergesASourceFileIntoATargetFile) {
@@ -41,8 +43,10 @@ TEST_F(DplsyncSync, MergesASourceFileIntoATargetFile) {
 TEST_F(DplsyncSync, CopiesOnlyTheListedServers) {
     const std::string source = root.file("source");
     const std::string target = root.file("target");
-    write_file(source, "ol_a onsoctcp localhost svc_a\nol_b onsoctcp localhost svc_b\nol_c onsoctcp localhost 77\n");
-    const ProgramResult result = sync({"-source", source, "-target", target, "-servers", "ol_c", "nothere", "ol_a"});
+    write_file(source,
+               "ol_a onsoctcp localhost svc_a\nol_b onsoctcp localhost svc_b\nol_c onsoctcp localhost 77\n");
+    const ProgramResult result =
+        sync({"-source", source, "-target", target, "-servers", "ol_c", "nothere", "ol_a"});
     EXPECT_EQ("", result.output);
     EXPECT_EQ(0, result.exit_code);
     EXPECT_EQ("ol_c onsoctcp localhost 77 \nol_a onsoctcp localhost svc_a \n", read_file_text(target));
@@ -72,7 +76,8 @@ TEST_F(DplsyncSync, ASourceFileIsMergedIntoTheLocalRegistry) {
 #ifdef _WIN32
     // What Wine's own registry tool sees.
     const std::string listing = root.file("query.txt");
-    const std::string command = "reg query \"HKLM\\SOFTWARE\\Orvandex\\SQLHOSTS\\ol_new\" > \"" + listing + "\"";
+    const std::string command =
+        "reg query \"HKLM\\SOFTWARE\\Orvandex\\SQLHOSTS\\ol_new\" > \"" + listing + "\"";
     ASSERT_EQ(0, std::system(command.c_str()));
     const std::string seen = read_file_text(listing);
     EXPECT_NE(std::string::npos, seen.find("HOST    REG_SZ    *localhost")) << seen;
