@@ -1,7 +1,5 @@
 #include "core/connection_list.hpp"
 
-#include <tuple>
-
 namespace dpl::core {
 namespace {
 char *text_of(std::optional<std::string> &text) {
@@ -36,34 +34,33 @@ Connection &ConnectionList::append_connection(const char *alias, uint32_t protoc
     auto field = [](const char *text) { return text != nullptr ? Field(text) : Field(); };
     Field alias_field = field(alias), service_field = field(service), host_field = field(host),
           options_field = field(options);
-    // Reserve the index slot first so that a failed insertion leaves the
-    // list as it was. An entry without an alias is never found.
-    std::unordered_map<std::string, Node *>::iterator slot;
-    bool inserted = false;
-    if (alias_field) std::tie(slot, inserted) = first_by_alias_.try_emplace(*alias_field, nullptr);
-    try {
-        Node &node = append_node();
-        node.record.kind = DPL_CONNECTION_ENTRY;
-        node.record.protocol = protocol;
-        node.record.port = port;
-        node.alias = std::move(alias_field);
-        node.service = std::move(service_field);
-        node.host = std::move(host_field);
-        node.options = std::move(options_field);
-        node.refresh();
-        if (inserted) slot->second = &node;
-        return node.record;
-    } catch (...) {
-        if (inserted) first_by_alias_.erase(slot);
-        throw;
+    Node &node = append_node();
+    node.record.kind = DPL_CONNECTION_ENTRY;
+    node.record.protocol = protocol;
+    node.record.port = port;
+    node.alias = std::move(alias_field);
+    node.service = std::move(service_field);
+    node.host = std::move(host_field);
+    node.options = std::move(options_field);
+    node.refresh();
+    // An entry without an alias is never found. The key views the node's
+    // own alias, which never changes.
+    if (node.alias) {
+        try {
+            first_by_alias_.insert_if_absent(*node.alias, &node);
+        } catch (...) {
+            drop_last_node();
+            throw;
+        }
     }
+    return node.record;
 }
 
 Connection *ConnectionList::update_first(std::string_view alias, uint32_t protocol, uint16_t port,
                                          Field service, Field host, Field options) {
-    const auto found = first_by_alias_.find(std::string(alias));
-    if (found == first_by_alias_.end() || found->second == nullptr) return nullptr;
-    Node &node = *found->second;
+    Node *found = first_by_alias_.find(alias);
+    if (found == nullptr) return nullptr;
+    Node &node = *found;
     node.service = std::move(service);
     node.host = std::move(host);
     node.options = std::move(options);
@@ -74,9 +71,13 @@ Connection *ConnectionList::update_first(std::string_view alias, uint32_t protoc
 }
 
 Connection *ConnectionList::find(std::string_view alias) {
-    const auto found = first_by_alias_.find(std::string(alias));
-    if (found == first_by_alias_.end() || found->second == nullptr) return nullptr;
-    return &found->second->record;
+    Node *found = first_by_alias_.find(alias);
+    return found != nullptr ? &found->record : nullptr;
+}
+
+void ConnectionList::drop_last_node() {
+    nodes_.pop_back();
+    if (!nodes_.empty()) nodes_.back().record.next = nullptr;
 }
 
 }  // namespace dpl::core

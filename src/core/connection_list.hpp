@@ -7,7 +7,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+
+#include "core/alias_table.hpp"
 
 #include "dpl/dpl.h"
 
@@ -44,9 +45,10 @@ private:
         void refresh();
     };
     Node &append_node();
+    void drop_last_node();
 
     std::list<Node> nodes_;
-    std::unordered_map<std::string, Node *> first_by_alias_;
+    AliasTable<Node> first_by_alias_;
 };
 
 }  // namespace dpl::core
