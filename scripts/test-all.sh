@@ -50,6 +50,30 @@ else
   failed=$((failed + 1))
 fi
 
+echo "== valgrind: a whole dplsync run (release build), no leak and no error"
+if cmake --preset release >"$logs/release-configure.log" 2>&1 &&
+   cmake --build --preset release -j2 --target dplsync >"$logs/release-build.log" 2>&1; then
+  vg=$(mktemp -d /tmp/dpl-valgrind.XXXXXX)
+  mkdir -p "$vg/etc"
+  printf 'svc_a 9001/tcp\n' >"$vg/etc/services"
+  printf '# c\nol_a onsoctcp localhost svc_a\nol_b onipcshm localhost ol_b k=1\n' >"$vg/source"
+  if DPL_SYSROOT="$vg" INSTALL_LOG="$vg/log" valgrind --quiet --leak-check=full --show-leak-kinds=all \
+       --errors-for-leak-kinds=all --error-exitcode=9 build/release/bin/dplsync -source "$vg/source" \
+       -target "$vg/target" -servers ol_a ol_b >"$logs/valgrind.log" 2>&1; then
+    echo "valgrind: clean"
+    passed=$((passed + 1))
+  else
+    cat "$logs/valgrind.log" | tail -30
+    status=1
+    failed=$((failed + 1))
+  fi
+  rm -rf "$vg"
+else
+  cat "$logs"/release-*.log | tail -40
+  status=1
+  failed=$((failed + 1))
+fi
+
 echo "== Windows build (MinGW-w64) under Wine"
 if cmake --preset windows >"$logs/windows-configure.log" 2>&1 &&
    cmake --build --preset windows -j2 >"$logs/windows-build.log" 2>&1; then
