@@ -9,18 +9,28 @@ cmake --build --preset release -j2 --target dplsync >/dev/null
 
 demo=$(mktemp -d /tmp/dpl-demo.XXXXXX)
 trap 'rm -rf "$demo"' EXIT
+# A scratch machine: its services database and (empty) registry.
 mkdir -p "$demo/root/etc"
+printf 'ol_demo_svc\t9088/tcp\t# Orvandex demo\nol_demo_shm\t9089/tcp\n' >"$demo/root/etc/services"
 cp examples/sqlhosts.example "$demo/sqlhosts.source"
 export DPL_SYSROOT="$demo/root" INSTALL_LOG="$demo/dplsync.log"
+dplsync=build/release/bin/dplsync
 
 echo "\$ dplsync   (no arguments)"
-build/release/bin/dplsync || echo "exit status $?"
+"$dplsync" || echo "exit status $?"
 echo
 echo "\$ dplsync -source sqlhosts.source -target sqlhosts.target -servers ol_demo"
-build/release/bin/dplsync -source "$demo/sqlhosts.source" -target "$demo/sqlhosts.target" -servers ol_demo
+"$dplsync" -source "$demo/sqlhosts.source" -target "$demo/sqlhosts.target" -servers ol_demo
 echo "exit status $?"
+echo "--- sqlhosts.target"
+cat "$demo/sqlhosts.target"
 echo
-echo "--- log file ($INSTALL_LOG)"
+echo "\$ dplsync -source sqlhosts.source      (into the local registry)"
+"$dplsync" -source "$demo/sqlhosts.source" || echo "(exit status $?)"
+echo
+echo "--- the machine's registry ($DPL_SYSROOT/var/lib/dpl/registry.reg)"
+cat "$DPL_SYSROOT/var/lib/dpl/registry.reg"
+echo "--- log file"
 cat "$INSTALL_LOG"
 echo "--- first lines of the debug file"
 head -n 12 "$INSTALL_LOG.debug"
