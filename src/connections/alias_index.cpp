@@ -79,7 +79,33 @@ int32_t AliasIndex::add_state(int32_t length, int32_t link) {
     return static_cast<int32_t>(states_.size() - 1);
 }
 
+int32_t AliasIndex::split(int32_t state, unsigned char symbol, int32_t next) {
+    const int32_t clone = add_state(at(states_, state).length + 1, at(states_, next).link);
+    // Copy the edges of `next` (by value: add_state may have moved the states).
+    const State original = at(states_, next);
+    for (int i = 0; i < original.inline_count; ++i) add_edge(clone, original.symbol[i], original.target[i]);
+    for (int32_t edge = original.first_edge; edge != kNone; edge = at(edges_, edge).next) {
+        const Edge copy = at(edges_, edge);
+        add_edge(clone, copy.symbol, copy.target);
+    }
+    while (state != kNone && target(state, symbol) == next) {
+        set_target(state, symbol, clone);
+        state = at(states_, state).link;
+    }
+    at(states_, next).link = clone;
+    return clone;
+}
+
+// One character of the current run. A run that repeats what an earlier run
+// already spelled reuses its states, as in a suffix automaton of many words.
 void AliasIndex::extend(unsigned char symbol) {
+    const int32_t existing = target(last_, symbol);
+    if (existing != kNone) {
+        last_ = at(states_, last_).length + 1 == at(states_, existing).length
+                    ? existing
+                    : split(last_, symbol, existing);
+        return;
+    }
     const int32_t current = add_state(at(states_, last_).length + 1, kNone);
     int32_t state = last_;
     while (state != kNone && target(state, symbol) == kNone) {
@@ -90,32 +116,14 @@ void AliasIndex::extend(unsigned char symbol) {
         at(states_, current).link = 0;
     } else {
         const int32_t next = target(state, symbol);
-        if (at(states_, state).length + 1 == at(states_, next).length) {
-            at(states_, current).link = next;
-        } else {
-            const int32_t clone = add_state(at(states_, state).length + 1, at(states_, next).link);
-            // Copy the edges of `next` (by value: add_state may have moved the states).
-            const State original = at(states_, next);
-            for (int i = 0; i < original.inline_count; ++i)
-                add_edge(clone, original.symbol[i], original.target[i]);
-            for (int32_t edge = original.first_edge; edge != kNone; edge = at(edges_, edge).next) {
-                const Edge copy = at(edges_, edge);
-                add_edge(clone, copy.symbol, copy.target);
-            }
-            while (state != kNone && target(state, symbol) == next) {
-                set_target(state, symbol, clone);
-                state = at(states_, state).link;
-            }
-            at(states_, next).link = clone;
-            at(states_, current).link = clone;
-        }
+        at(states_, current).link =
+            at(states_, state).length + 1 == at(states_, next).length ? next : split(state, symbol, next);
     }
     last_ = current;
 }
 
 void AliasIndex::rebuild(std::size_t entry, uint64_t version, std::string_view text) {
     clear();
-    states_.reserve(2 * text.size() + 1);
     entry_ = entry;
     valid_ = true;
     appended(version, text);
@@ -123,7 +131,13 @@ void AliasIndex::rebuild(std::size_t entry, uint64_t version, std::string_view t
 
 void AliasIndex::appended(uint64_t version, std::string_view suffix) {
     version_ = version;
-    for (const char c : suffix) extend(static_cast<unsigned char>(c));
+    for (const char c : suffix) {
+        if (c == ' ') {
+            last_ = 0;  // a blank ends the run
+        } else {
+            extend(static_cast<unsigned char>(c));
+        }
+    }
 }
 
 bool AliasIndex::contains(std::string_view alias) const {

@@ -1,8 +1,9 @@
 // Answers "does this alias occur anywhere in the DBSERVERALIASES text?" — a
 // plain substring test — without rescanning a text that grows by one alias
-// at a time. The text is kept as a suffix automaton, which takes appended
-// characters in amortised constant time and answers a substring test in
-// time proportional to the alias alone.
+// at a time. An alias without a blank can only occur inside one blank-free
+// run of the text, so the runs are kept in one suffix automaton (a run per
+// item of the list, shared structure stored once): appended characters cost
+// amortised constant time and a test costs time proportional to the alias.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +26,7 @@ public:
     void rebuild(std::size_t entry, uint64_t version, std::string_view text);
     // The indexed text was extended by `suffix`; it is now at `version`.
     void appended(uint64_t version, std::string_view suffix);
-    // Whether `alias` is a substring of the indexed text.
+    // Whether a blank-free `alias` is a substring of the indexed text.
     bool contains(std::string_view alias) const;
     void clear();
 
@@ -54,6 +55,8 @@ private:
     void add_edge(int32_t state, unsigned char symbol, int32_t target);
     int32_t add_state(int32_t length, int32_t link);
     void extend(unsigned char symbol);
+    // Splits the state `next` reached from `state` on `symbol`; returns the clone.
+    int32_t split(int32_t state, unsigned char symbol, int32_t next);
 
     bool valid_ = false;
     std::size_t entry_ = 0;

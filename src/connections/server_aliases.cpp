@@ -11,9 +11,11 @@ using dpl::trace::kInstance;
 
 namespace {
 
-// Substring test against the current value, through the instance's index.
+// Substring test against the current value, through the instance's index
+// when the alias has no blank (one with a blank may span two items).
 bool listed(Instance &instance, config::ConfigTable::Index at, std::string_view alias) {
     const std::string_view value = instance.config.value_view(at);
+    if (alias.find(' ') != std::string_view::npos) return value.find(alias) != std::string_view::npos;
     AliasIndex &index = instance.server_alias_index;
     const uint64_t version = instance.config.value_version(at);
     if (!index.describes(at, version)) index.rebuild(at, version, value);
