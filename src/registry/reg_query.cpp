@@ -47,6 +47,14 @@ bool data_text(const std::string &data, char **out) {
     return *out != nullptr;
 }
 
+// Opens the key to list (full access, the chosen view) and sizes it.
+bool open_for_listing(DplHKEY root, const char *path, int32_t view, dpl::registry::OpenKey &key,
+                      dpl::platform::RegKeyInfo &info) {
+    return key.open(dpl::registry::to_key(root), path != nullptr ? path : "", dpl::registry::to_view(view)) ==
+               kOk &&
+           dpl::platform::current().reg_query_info(key.get(), &info) == kOk;
+}
+
 void print_to_console(const std::string &text) {
     auto &os = dpl::platform::current();
     os.write_file(os.std_handle(dpl::platform::StdStream::Output), text.data(), text.size());
@@ -94,11 +102,7 @@ int32_t dplQueryRegData(DplHKEY root, const char *path, DplRegValue **list, int3
     auto &os = dpl::platform::current();
     dpl::registry::OpenKey key;
     dpl::platform::RegKeyInfo info;
-    if (key.open(dpl::registry::to_key(root), path != nullptr ? path : "", dpl::registry::to_view(view)) !=
-            kOk ||
-        os.reg_query_info(key.get(), &info) != kOk) {
-        return DPL_E_REG_READ;
-    }
+    if (!open_for_listing(root, path, view, key, info)) return DPL_E_REG_READ;
     if (info.values == 0) return DPL_E_REG_NO_VALUES;
     DplRegValue *tail = nullptr;
     for (uint32_t index = 0;; ++index) {
@@ -128,11 +132,7 @@ int32_t dplQueryRegSubKeys(DplHKEY root, const char *path, DplRegSubKey **list, 
     auto &os = dpl::platform::current();
     dpl::registry::OpenKey key;
     dpl::platform::RegKeyInfo info;
-    if (key.open(dpl::registry::to_key(root), path != nullptr ? path : "", dpl::registry::to_view(view)) !=
-            kOk ||
-        os.reg_query_info(key.get(), &info) != kOk) {
-        return DPL_E_REG_READ;
-    }
+    if (!open_for_listing(root, path, view, key, info)) return DPL_E_REG_READ;
     if (info.subkeys == 0) return DPL_E_REG_NO_SUBKEYS;
     DplRegSubKey *tail = nullptr;
     for (uint32_t index = 0;; ++index) {

@@ -50,37 +50,45 @@ std::string MachineTest::add_machine(const std::string &name, const std::string 
     return "\\\\" + name;
 }
 
-std::string MachineTest::values_of(const std::string &path) {
+namespace {
+
+// Lines made by `line` for each item of an open key, or "<missing>".
+template <class Line>
+std::string list_key(const std::string &path, Line &&line) {
     auto &os = platform::current();
     platform::RegKey key = platform::kNoKey;
     if (os.reg_open_key(platform::kLocalMachine, path, platform::RegView::Default, &key) != 0)
         return "<missing>";
     std::string text;
-    for (uint32_t index = 0;; ++index) {
-        std::string name;
-        platform::RegValue value;
-        if (os.reg_enum_value(key, index, &name, &value) != 0) break;
-        std::string data = value.data;
-        if (!data.empty() && data.back() == '\0') data.pop_back();
-        text += name + "=" + data + "\n";
+    for (uint32_t index = 0; line(os, key, index, text); ++index) {
     }
     os.reg_close_key(key);
     return text;
 }
 
+}  // namespace
+
+std::string MachineTest::values_of(const std::string &path) {
+    return list_key(path,
+                    [](platform::Platform &os, platform::RegKey key, uint32_t index, std::string &text) {
+                        std::string name;
+                        platform::RegValue value;
+                        if (os.reg_enum_value(key, index, &name, &value) != 0) return false;
+                        std::string data = value.data;
+                        if (!data.empty() && data.back() == '\0') data.pop_back();
+                        text += name + "=" + data + "\n";
+                        return true;
+                    });
+}
+
 std::string MachineTest::subkeys_of(const std::string &path) {
-    auto &os = platform::current();
-    platform::RegKey key = platform::kNoKey;
-    if (os.reg_open_key(platform::kLocalMachine, path, platform::RegView::Default, &key) != 0)
-        return "<missing>";
-    std::string text;
-    for (uint32_t index = 0;; ++index) {
-        std::string name;
-        if (os.reg_enum_key(key, index, &name) != 0) break;
-        text += name + "\n";
-    }
-    os.reg_close_key(key);
-    return text;
+    return list_key(path,
+                    [](platform::Platform &os, platform::RegKey key, uint32_t index, std::string &text) {
+                        std::string name;
+                        if (os.reg_enum_key(key, index, &name) != 0) return false;
+                        text += name + "\n";
+                        return true;
+                    });
 }
 
 }  // namespace dpl::test
