@@ -9,6 +9,11 @@
 #define DPL_DPL_H
 
 #include <stdint.h>
+/* struct stat of the C runtime, which nt_stat and nt_fstat fill; MSVC wants
+   <sys/types.h> before <sys/stat.h>. */
+#include <sys/types.h>
+
+#include <sys/stat.h>
 
 #if defined(_WIN32)
 #if defined(DPL_BUILDING)
@@ -62,6 +67,7 @@ extern "C" {
 #define DPL_E_INVALID_VALUE (-966)
 #define DPL_E_NULL_ARGUMENT (-967)
 #define DPL_E_PORT_IN_USE (-970)
+#define DPL_E_PATH_CREATE (-971)
 #define DPL_E_PATH_DIRECTORY (-972)
 #define DPL_E_PATH_MISSING (-975)
 #define DPL_E_DISK_SLOW (-976)
@@ -87,6 +93,14 @@ extern "C" {
 #define DPL_CONNECTION_BLANK 1
 #define DPL_CONNECTION_COMMENT 2
 #define DPL_CONNECTION_ENTRY 3
+
+/* Results of dplCompareVers. */
+#define DPL_VERS_SAME 3002
+#define DPL_VERS_NEWER 3003
+#define DPL_VERS_OLDER 3004
+#define DPL_VERS_UNORDERED 3005
+#define DPL_E_VERS_UNDECIDED (-991)
+#define DPL_E_VERS_FAMILY (-992)
 
 /* Disk and memory display units. */
 #define DPL_UNITS_KB 0
@@ -236,7 +250,8 @@ DPL_API int32_t dplQueryRegData(DplHKEY root, const char *path, DplRegValue **li
 DPL_API void dplFreeRegData(DplRegValue **list);
 DPL_API int32_t dplQueryRegSubKeys(DplHKEY root, const char *path, DplRegSubKey **list, int32_t view);
 DPL_API void dplFreeRegSubKeys(DplRegSubKey **list);
-DPL_API char *dplGetRegDataFromName(int32_t root_selector, const char *path, const char *value_name, int32_t view);
+DPL_API char *dplGetRegDataFromName(int32_t root_selector, const char *path, const char *value_name,
+                                    int32_t view);
 DPL_API int32_t dplCopyRegTree(DplHKEY destination, DplHKEY source);
 
 /* ---- connections (sqlhosts) ------------------------------------------- */
@@ -246,8 +261,8 @@ DPL_API char *dplMapProtocol(uint32_t code); /* dplFree the result */
 DPL_API int32_t dplWindowsReadConnections(InstallControlBlock *block, const char *place);
 DPL_API int32_t dplReadConnections(InstallControlBlock *block, const char *path);
 DPL_API int32_t dplReadConnectionsRegistery(InstallControlBlock *block, const char *machine);
-DPL_API int32_t dplAddConnection(InstallControlBlock *block, const char *alias, uint32_t protocol, const char *host,
-                                 uint16_t port, const char *service, const char *options);
+DPL_API int32_t dplAddConnection(InstallControlBlock *block, const char *alias, uint32_t protocol,
+                                 const char *host, uint16_t port, const char *service, const char *options);
 DPL_API int32_t dplWriteConnection(InstallControlBlock *block);
 
 /* ---- server configuration file (onconfig) ------------------------------ */
@@ -273,11 +288,100 @@ DPL_API int32_t dplServicesDeployFile(InstallControlBlock *block, const char *pa
 DPL_API int32_t dplServicesDeploy(InstallControlBlock *block);
 DPL_API int32_t dplServicesTestPort(InstallControlBlock *block, uint16_t port, const char *protocol);
 DPL_API int32_t dplServicesTestName(InstallControlBlock *block, const char *name, const char *protocol);
-DPL_API int16_t dplServicesGetPortFromName(InstallControlBlock *block, const char *name, const char *protocol);
+DPL_API int16_t dplServicesGetPortFromName(InstallControlBlock *block, const char *name,
+                                           const char *protocol);
 DPL_API int32_t dplServicesGenerateName(InstallControlBlock *block, char **out_name, const char *preferred);
 DPL_API int32_t dplServicesGeneratePort(InstallControlBlock *block, uint16_t *out_port, uint16_t first);
 DPL_API int32_t dplServicesCheatSockets(InstallControlBlock *block);
 DPL_API int32_t dplCheckAliasList(InstallControlBlock *block, const char *name, const char *protocol);
+
+/* ---- paths, size texts and version texts --------------------------------- */
+
+/* Mode 1: the last name of the path; mode 2: its directory part. dplFree the
+   result; null for a path without a usable separator. */
+DPL_API char *GetNameFromPath(InstallControlBlock *block, const char *path, int32_t mode);
+/* Creates the file and any missing directories above it; keeps the content
+   of an existing file. 0, -966, -971 or -952. */
+DPL_API int32_t dplCreateFile(InstallControlBlock *block, const char *path);
+/* Expands $NAME and %NAME% from the process environment, writes one
+   separator for each run of "/" and "\" ("\" on Windows, "/" elsewhere) and
+   gives the system's short form; at most 255 characters. dplFree the result;
+   null on failure. */
+DPL_API char *dplXlateFilePath(InstallControlBlock *block, const char *path);
+/* DPL_VERS_SAME, _NEWER (the first is newer), _OLDER, _UNORDERED,
+   DPL_E_VERS_UNDECIDED, DPL_E_VERS_FAMILY, or -1000 for a text that cannot be
+   parsed (a null text included). */
+DPL_API int32_t dplCompareVers(const char *first, const char *second);
+/* Blanks, decimal digits, blanks, an optional unit K, KB, M, MB, G, GB, T, TB,
+   P or PB (any case, none meaning KB), blanks: the size in kilobytes, or -966. */
+DPL_API int64_t dplParseSize(const char *text);
+
+/* ---- descriptor-style file I/O ------------------------------------------ */
+
+/* Open flags of nt_open, the same values on every build. */
+#define DPL_O_RDONLY 0x0
+#define DPL_O_WRONLY 0x1
+#define DPL_O_RDWR 0x2
+#define DPL_O_APPEND 0x8
+#define DPL_O_CREAT 0x100
+#define DPL_O_TRUNC 0x200
+#define DPL_O_EXCL 0x400
+
+/* Modes of nt_access. */
+#define DPL_F_OK 0
+#define DPL_W_OK 2
+#define DPL_R_OK 4
+
+/* Whence of nt_lseek. */
+#define DPL_SEEK_SET 0
+#define DPL_SEEK_CUR 1
+#define DPL_SEEK_END 2
+
+/* The only kinds nt_stat and nt_fstat put in st_mode. */
+#define DPL_S_IFREG 0x8000
+#define DPL_S_IFCHR 0x2000
+
+#if defined(_WIN32)
+/* nt_readfile and nt_writefile take the Windows handle (HANDLE), the DWORD
+   count and the OVERLAPPED record of ReadFile and WriteFile unchanged. */
+typedef void *DplNativeFile;
+typedef unsigned long DplIoCount;
+typedef struct _OVERLAPPED DplOverlapped;
+#else
+/* Elsewhere they take the descriptor, a 32-bit count and, in place of the
+   overlapped record, the explicit file position of the transfer (pread and
+   pwrite); a null record transfers at the current position. A transfer there
+   never stays pending, and reading at or past the end gives 0 bytes. */
+typedef int32_t DplNativeFile;
+typedef uint32_t DplIoCount;
+typedef struct DplOverlapped {
+    int64_t offset;
+} DplOverlapped;
+#endif
+
+/* A descriptor is the 32-bit value of the Windows file handle, elsewhere the
+   system's own descriptor. Failures answer -1 and set errno; unexpected ones
+   also print "<call>: w32ec=<code> at API/nt_filio:<line>" on standard output,
+   with the system's own error code (errno outside Windows). A path that
+   begins with "*" is opened unbuffered, with "**" also write-through and only
+   if it exists. */
+DPL_API int32_t nt_open(const char *path, int32_t flags);
+DPL_API int32_t nt_read(int32_t fd, void *buffer, uint32_t count);
+DPL_API int32_t nt_write(int32_t fd, const void *buffer,
+                         uint32_t count); /* 1 and 2: standard output, error */
+DPL_API int32_t nt_close(int32_t fd);
+DPL_API int64_t nt_lseek(int32_t fd, int64_t offset, int32_t whence);
+DPL_API int32_t nt_unlink(const char *path);
+DPL_API int32_t nt_fstat(int32_t fd, struct stat *status);
+DPL_API int32_t nt_stat(const char *path, struct stat *status);
+DPL_API int32_t nt_access(const char *path, int32_t mode);
+DPL_API int32_t nt_is_device(const char *path); /* 1 for a raw drive such as \\.\PhysicalDrive0 */
+DPL_API int32_t nt_readfile(DplNativeFile file, void *buffer, uint32_t count, DplIoCount *done,
+                            DplOverlapped *overlapped);
+DPL_API int32_t nt_writefile(DplNativeFile file, const void *buffer, uint32_t count, DplIoCount *done,
+                             DplOverlapped *overlapped);
+/* The C runtime's errno for a Windows error code; 0 when there is none. */
+DPL_API int32_t nt_errno_from_win32(uint32_t code);
 
 /* ---- trace facility ----------------------------------------------------- */
 

@@ -26,7 +26,9 @@ public:
     }
     const char *text_line_end() override { return inner_.text_line_end(); }
     bool resolve_host(const std::string &name) override { return inner_.resolve_host(name); }
-    PortProbe probe_tcp_port(uint16_t port, uint32_t *error) override { return inner_.probe_tcp_port(port, error); }
+    PortProbe probe_tcp_port(uint16_t port, uint32_t *error) override {
+        return inner_.probe_tcp_port(port, error);
+    }
     ServiceQuery query_service(const std::string &name, uint32_t *error) override {
         return inner_.query_service(name, error);
     }
@@ -70,6 +72,57 @@ public:
     }
     void reg_begin_batch() override { inner_.reg_begin_batch(); }
     uint32_t reg_end_batch() override { return inner_.reg_end_batch(); }
+
+    char path_separator() override { return inner_.path_separator(); }
+    bool path_status(const std::string &path, PathStatus *status, SysError *error) override {
+        return inner_.path_status(path, status, error);
+    }
+    bool create_directory(const std::string &path, SysError *error) override {
+        return inner_.create_directory(path, error);
+    }
+    std::optional<std::string> short_path(const std::string &path, std::size_t limit) override {
+        return inner_.short_path(path, limit);
+    }
+    FileHandle open_descriptor(const std::string &path, const DescriptorOpen &options,
+                               SysError *error) override {
+        return inner_.open_descriptor(path, options, error);
+    }
+    bool access_path(const std::string &path, bool read, bool write, SysError *error) override {
+        return inner_.access_path(path, read, write, error);
+    }
+    bool read_once(FileHandle file, void *buffer, uint32_t count, uint32_t *done, SysError *error) override {
+        return inner_.read_once(file, buffer, count, done, error);
+    }
+    bool write_once(FileHandle file, const void *data, uint32_t count, uint32_t *done,
+                    SysError *error) override {
+        return inner_.write_once(file, data, count, done, error);
+    }
+    bool read_at(FileHandle file, void *buffer, uint32_t count, DplIoCount *done, DplOverlapped *where,
+                 SysError *error) override {
+        return inner_.read_at(file, buffer, count, done, where, error);
+    }
+    bool write_at(FileHandle file, const void *data, uint32_t count, DplIoCount *done, DplOverlapped *where,
+                  SysError *error) override {
+        return inner_.write_at(file, data, count, done, where, error);
+    }
+    bool seek(FileHandle file, int64_t offset, SeekFrom from, int64_t *position, SysError *error) override {
+        return inner_.seek(file, offset, from, position, error);
+    }
+    bool set_end_of_file(FileHandle file, SysError *error) override {
+        return inner_.set_end_of_file(file, error);
+    }
+    bool file_size(FileHandle file, uint64_t *size, SysError *error) override {
+        return inner_.file_size(file, size, error);
+    }
+    bool close_descriptor(FileHandle file, SysError *error) override {
+        return inner_.close_descriptor(file, error);
+    }
+    bool make_deletable(const std::string &path, SysError *error) override {
+        return inner_.make_deletable(path, error);
+    }
+    bool delete_file(const std::string &path, SysError *error) override {
+        return inner_.delete_file(path, error);
+    }
 
 protected:
     Platform &inner_;

@@ -9,6 +9,8 @@
 #include <optional>
 #include <string>
 
+#include "dpl/dpl.h"
+
 namespace dpl::platform {
 
 // System error codes are Windows' own numbers on both backends, so portable
@@ -115,6 +117,35 @@ enum class PortProbe {
 
 enum class ServiceQuery { Installed, NotInstalled, ManagerUnavailable };
 
+// ---- file system and descriptor I/O ---------------------------------------
+
+// A failed call of the calls below. `native` is the system's own code
+// (GetLastError() on Windows, errno elsewhere), the number that reports
+// print; `win32` is the Windows code of the same condition, which portable
+// code tests and maps, so that both builds decide alike.
+struct SysError {
+    uint32_t native = 0;
+    uint32_t win32 = 0;
+};
+
+enum class PathKind { Directory, File };
+
+struct PathStatus {
+    PathKind kind = PathKind::File;
+    uint64_t size = 0;  // bytes, for a file
+};
+
+// How a descriptor-style open asks for its file.
+struct DescriptorOpen {
+    bool read = true;
+    bool write = false;
+    Disposition disposition = Disposition::OpenExisting;
+    bool no_buffering = false;   // bypass the system's cache where the file system allows it
+    bool write_through = false;  // every write reaches the device before it returns
+};
+
+enum class SeekFrom { Start, Current, End };
+
 class Platform {
 public:
     Platform() = default;
@@ -177,6 +208,44 @@ public:
     // error of that final write, 0 otherwise.
     virtual void reg_begin_batch() = 0;
     virtual uint32_t reg_end_batch() = 0;
+
+    // ---- file system and descriptor I/O ----
+    // Each call answers true, or false with `error` filled.
+
+    // The separator this system writes between path components.
+    virtual char path_separator() = 0;
+    // What `path` names; fails (code 2 or 3) when nothing is there.
+    virtual bool path_status(const std::string &path, PathStatus *status, SysError *error) = 0;
+    virtual bool create_directory(const std::string &path, SysError *error) = 0;
+    // The short (8.3) form of an existing path, when the system has one of at
+    // most `limit` characters.
+    virtual std::optional<std::string> short_path(const std::string &path, std::size_t limit) = 0;
+    // Opens for the descriptor layer: shared for reading and writing, never a
+    // directory. kNoFile on failure.
+    virtual FileHandle open_descriptor(const std::string &path, const DescriptorOpen &options,
+                                       SysError *error) = 0;
+    // Whether an existing file or directory could be opened with that access.
+    virtual bool access_path(const std::string &path, bool read, bool write, SysError *error) = 0;
+    // One transfer of at most `count` bytes at the current position.
+    virtual bool read_once(FileHandle file, void *buffer, uint32_t count, uint32_t *done,
+                           SysError *error) = 0;
+    virtual bool write_once(FileHandle file, const void *data, uint32_t count, uint32_t *done,
+                            SysError *error) = 0;
+    // One transfer where the caller's record says (dpl.h: the overlapped
+    // record on Windows, an explicit offset elsewhere). A failure may still
+    // mean a started transfer (ERROR_IO_PENDING).
+    virtual bool read_at(FileHandle file, void *buffer, uint32_t count, DplIoCount *done,
+                         DplOverlapped *where, SysError *error) = 0;
+    virtual bool write_at(FileHandle file, const void *data, uint32_t count, DplIoCount *done,
+                          DplOverlapped *where, SysError *error) = 0;
+    virtual bool seek(FileHandle file, int64_t offset, SeekFrom from, int64_t *position, SysError *error) = 0;
+    // Ends the file at the current position.
+    virtual bool set_end_of_file(FileHandle file, SysError *error) = 0;
+    virtual bool file_size(FileHandle file, uint64_t *size, SysError *error) = 0;
+    virtual bool close_descriptor(FileHandle file, SysError *error) = 0;
+    // Clears what would keep a file from being deleted (the read-only attribute).
+    virtual bool make_deletable(const std::string &path, SysError *error) = 0;
+    virtual bool delete_file(const std::string &path, SysError *error) = 0;
 };
 
 // The backend in force: the native one unless a test installed another.

@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "platform/platform.hpp"
+#include "platform/posix/posix_fileio.hpp"
 #include "platform/posix/posix_network.hpp"
 #include "platform/posix/posix_registry.hpp"
 
@@ -201,6 +202,61 @@ public:
     }
     uint32_t reg_end_batch() override {
         return registry_.reg_end_batch();
+    }
+
+    char path_separator() override {
+        return '/';
+    }
+    bool path_status(const std::string &path, PathStatus *status, SysError *error) override {
+        return posix::path_status(path, status, error);
+    }
+    bool create_directory(const std::string &path, SysError *error) override {
+        return posix::create_directory(path, error);
+    }
+    // No short form here: a path is its own short form.
+    std::optional<std::string> short_path(const std::string &, std::size_t) override {
+        return std::nullopt;
+    }
+    FileHandle open_descriptor(const std::string &path, const DescriptorOpen &options,
+                               SysError *error) override {
+        return posix::open_descriptor(path, options, error);
+    }
+    bool access_path(const std::string &path, bool read, bool write, SysError *error) override {
+        return posix::access_path(path, read, write, error);
+    }
+    bool read_once(FileHandle file, void *buffer, uint32_t count, uint32_t *done, SysError *error) override {
+        return posix::read_once(file, buffer, count, done, error);
+    }
+    bool write_once(FileHandle file, const void *data, uint32_t count, uint32_t *done,
+                    SysError *error) override {
+        return posix::write_once(file, data, count, done, error);
+    }
+    bool read_at(FileHandle file, void *buffer, uint32_t count, DplIoCount *done, DplOverlapped *where,
+                 SysError *error) override {
+        return posix::read_at(file, buffer, count, done, where, error);
+    }
+    bool write_at(FileHandle file, const void *data, uint32_t count, DplIoCount *done, DplOverlapped *where,
+                  SysError *error) override {
+        return posix::write_at(file, data, count, done, where, error);
+    }
+    bool seek(FileHandle file, int64_t offset, SeekFrom from, int64_t *position, SysError *error) override {
+        return posix::seek(file, offset, from, position, error);
+    }
+    bool set_end_of_file(FileHandle file, SysError *error) override {
+        return posix::set_end_of_file(file, error);
+    }
+    bool file_size(FileHandle file, uint64_t *size, SysError *error) override {
+        return posix::file_size(file, size, error);
+    }
+    bool close_descriptor(FileHandle file, SysError *error) override {
+        return posix::close_descriptor(file, error);
+    }
+    // Deleting needs no permission on the file itself, only on its directory.
+    bool make_deletable(const std::string &, SysError *) override {
+        return true;
+    }
+    bool delete_file(const std::string &path, SysError *error) override {
+        return posix::delete_file(path, error);
     }
 
 private:

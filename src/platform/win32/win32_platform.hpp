@@ -61,6 +61,28 @@ public:
     uint32_t reg_delete_tree(RegKey parent, const std::string &subkey, RegView view) override;
     void reg_begin_batch() override;
     uint32_t reg_end_batch() override;
+
+    // File system and descriptor I/O (win32_fileio.cpp).
+    char path_separator() override;
+    bool path_status(const std::string &path, PathStatus *status, SysError *error) override;
+    bool create_directory(const std::string &path, SysError *error) override;
+    std::optional<std::string> short_path(const std::string &path, std::size_t limit) override;
+    FileHandle open_descriptor(const std::string &path, const DescriptorOpen &options,
+                               SysError *error) override;
+    bool access_path(const std::string &path, bool read, bool write, SysError *error) override;
+    bool read_once(FileHandle file, void *buffer, uint32_t count, uint32_t *done, SysError *error) override;
+    bool write_once(FileHandle file, const void *data, uint32_t count, uint32_t *done,
+                    SysError *error) override;
+    bool read_at(FileHandle file, void *buffer, uint32_t count, DplIoCount *done, DplOverlapped *where,
+                 SysError *error) override;
+    bool write_at(FileHandle file, const void *data, uint32_t count, DplIoCount *done, DplOverlapped *where,
+                  SysError *error) override;
+    bool seek(FileHandle file, int64_t offset, SeekFrom from, int64_t *position, SysError *error) override;
+    bool set_end_of_file(FileHandle file, SysError *error) override;
+    bool file_size(FileHandle file, uint64_t *size, SysError *error) override;
+    bool close_descriptor(FileHandle file, SysError *error) override;
+    bool make_deletable(const std::string &path, SysError *error) override;
+    bool delete_file(const std::string &path, SysError *error) override;
 };
 
 }  // namespace dpl::platform::win32
