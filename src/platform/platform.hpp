@@ -13,8 +13,9 @@
 
 namespace dpl::platform {
 
-// System error codes are Windows' own numbers on both backends, so portable
-// code can test them without caring which backend produced them.
+// System error codes that portable code tests are Windows' own numbers on
+// both backends (the registry calls answer these), so it need not care which
+// backend produced them.
 namespace err {
 inline constexpr uint32_t kOk = 0;
 inline constexpr uint32_t kFileNotFound = 2;
@@ -153,7 +154,8 @@ public:
     Platform &operator=(const Platform &) = delete;
     virtual ~Platform() = default;
 
-    // Files. `error` receives the system error code of a failure.
+    // Files. `error` receives the system's own code of a failure (GetLastError
+    // on Windows, errno elsewhere): it is only reported, never tested.
     virtual FileHandle open_file(const std::string &path, const OpenOptions &options, uint32_t *error) = 0;
     virtual FileHandle std_handle(StdStream stream) = 0;
     // Non-blocking attempt at an exclusive lock of the whole file.

@@ -17,7 +17,9 @@ public:
 
 private:
     std::intptr_t socket_ = -1;
-    bool started_ = false;
+#ifdef _WIN32
+    bool started_ = false;  // Winsock was started for this socket
+#endif
     uint16_t port_ = 0;
 };
 
