@@ -69,8 +69,11 @@ uint32_t remote_root(const std::string &machine, std::string *out) {
     uint32_t result = err::kBadNetPath;
     while (const dirent *entry = ::readdir(dir)) {
         const std::string candidate = entry->d_name;
-        if (posix::names_equal(candidate, name) && is_directory(base + "/" + candidate)) {
-            *out = base + "/" + candidate;
+        std::string path = base;
+        path += '/';
+        path += candidate;
+        if (posix::names_equal(candidate, name) && is_directory(path)) {
+            *out = std::move(path);
             result = err::kOk;
             break;
         }
