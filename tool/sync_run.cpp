@@ -1,3 +1,4 @@
+// One run of dplsync, in the order the program has always made its calls.
 #include "sync_run.hpp"
 
 #include <cstdio>

@@ -15,10 +15,6 @@ using dpl::trace::kInstance;
 
 constexpr std::size_t kLinePiece = 1024;  // lines arrive in pieces of 1023 characters
 
-const char *or_empty(const std::string &text) {
-    return text.c_str();
-}
-
 int32_t read_file(InstallControlBlock *block, const char *path) {
     if (path == nullptr) return DPL_E_NULL_ARGUMENT;
     std::string content;
@@ -41,7 +37,7 @@ int32_t read_file(InstallControlBlock *block, const char *path) {
         const uint32_t protocol = dplMapStringtoProtocol(fields.protocol.c_str());
         if (protocol == 0) {
             ht_debug(5, kInstance, __LINE__, "Failed to map protocol (%s) for (%s)\n",
-                     or_empty(fields.protocol), or_empty(fields.alias));
+                     fields.protocol.c_str(), fields.alias.c_str());
             return DPL_E_FAIL;
         }
         const auto port =
