@@ -32,23 +32,18 @@ protected:
     }
 
     // Writes `content` as an input file and reads it into the instance.
-    int32_t read_text(const std::string &content, const std::string &name = "input") {
-        input_path = dir.file(name);
+    int32_t read_text(const std::string &content) {
         write_file(input_path, content);
         return dplReadConfig(instance, input_path.c_str());
     }
 
     std::string etc_file(const std::string &name) const { return (dir.path() / "etc" / name).string(); }
 
-    // A written file as the program sees it in text mode ("\n" line ends).
-    static std::string text_of(const std::string &path) {
-        const std::string raw = read_file(path);
-        std::string text;
-        for (std::size_t i = 0; i < raw.size(); ++i) {
-            if (raw[i] == '\r' && i + 1 < raw.size() && raw[i + 1] == '\n') continue;
-            text.push_back(raw[i]);
-        }
-        return text;
+    // The file written for server "srv", in text mode.
+    std::string written() {
+        EXPECT_EQ(0, dplSetEnvironment(block, "ORVANDEXSERVER", "srv"));
+        EXPECT_EQ(0, dplWriteConfig(instance));
+        return read_file_text(etc_file("onconfig.srv"));
     }
 
     std::string debug() const { return read_file(debug_path); }
@@ -56,7 +51,7 @@ protected:
     ScratchDir dir;
     const std::string log_path = dir.file("install.log");
     const std::string debug_path = dir.file("install.log.debug");
-    std::string input_path;
+    const std::string input_path = dir.file("input");
     InstallControlBlock *block = nullptr;
     Instance *instance = nullptr;
 };

@@ -1,4 +1,7 @@
-// Adding and removing service lines and adding comments.
+// Adding and removing service lines and adding comments, and lookups
+// through the model's indexes.
+#include <algorithm>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -24,219 +27,177 @@ protected:
     void SetUp() override {
         ServicesTest::SetUp();
         ASSERT_EQ(0, load(kFile));
-        forget_messages();
     }
 };
 
-TEST_F(ServicesEdit, ANewLineIsWrittenInTheColumnsOfTheFile) {
+TEST_F(ServicesEdit, NewLinesAreWrittenInTheColumnsOfTheFileAndCommentsSplitAtLineEnds) {
     const char *aliases[] = {"al"};
     ASSERT_EQ(0, dplServicesAddService(block, "alpha", 9088, "tcp", 1, aliases, "new\nline\r"));
+    EXPECT_EQ((Texts{"Bound to port 9088; port is clear", "Adding a service: alpha on 9088/tcp"}),
+              messages());
     EXPECT_EQ(2, dplServicesStatus(block));
-    EXPECT_EQ(
-        "# head\n"
-        "longservicename\t 1500/tcp\t svc-a svc-b\t# main\n"
-        "short          \t 1501/udp\t            \n"
-        "\n"
-        "alpha          \t 9088/tcp\t al         \t#new line \n",
-        written());
+    // A name of another protocol is free, a negative alias count is none, an
+    // alias may repeat its own line's name, an empty comment is none.
+    const char *other[] = {"other"};
+    ASSERT_EQ(0, dplServicesAddService(block, "short", 7000, "tcp", -3, nullptr, nullptr));
+    ASSERT_EQ(0, dplServicesAddService(block, "other", 7001, "tcp", 1, other, ""));
+    // Comments are split at every line end.
+    forget_messages();
+    ASSERT_EQ(0, dplServicesAddComment(block, "one\r\ntwo\n"));
+    EXPECT_EQ((Texts{"Added comment line: one", "Added comment line: ", "Added comment line: two",
+                     "Added comment line: "}),
+              messages());
+    EXPECT_EQ(kWritten +
+                  "alpha          \t 9088/tcp\t al         \t#new line \n"
+                  "short          \t 7000/tcp\t            \n"
+                  "other          \t 7001/tcp\t other      \n"
+                  "#one\n#\n#two\n#\n",
+              written());
     EXPECT_EQ(1, dplServicesStatus(block));
-    EXPECT_TRUE(has_message("Adding a service: alpha on 9088/tcp"));
 }
 
-TEST_F(ServicesEdit, AWiderLineWidensEveryColumn) {
+TEST_F(ServicesEdit, AWiderLineWidensEveryColumnAndWidthsNeverShrink) {
     const char *aliases[] = {"first-alias", "second-alias"};
     ASSERT_EQ(0, dplServicesAddService(block, "a-much-longer-service", 9, "sctp", 2, aliases, nullptr));
-    const std::string blanks6(6, ' ');
-    const std::string blanks13(13, ' ');
-    const std::string blanks16(16, ' ');
-    const std::string blanks25(25, ' ');
-    EXPECT_EQ(
+    const std::string widened =
         "# head\n"
-        "longservicename" +
-            blanks6 + "\t 1500/tcp \t svc-a svc-b" + blanks13 + "\t# main\n" + "short" + blanks16 +
-            "\t 1501/udp \t" + blanks25 + "\n" +
-            "\n"
-            "a-much-longer-service\t    9/sctp\t first-alias second-alias\n",
-        written());
+        "longservicename      \t 1500/tcp \t svc-a svc-b             \t# main\n"
+        "short                \t 1501/udp \t                         \n"
+        "\n";
+    EXPECT_EQ(widened + "a-much-longer-service\t    9/sctp\t first-alias second-alias\n", written());
+    ASSERT_EQ(0, dplServicesRemoveService(block, 9, nullptr, nullptr));
+    EXPECT_EQ(widened, written());
 }
 
-TEST_F(ServicesEdit, WidthsDoNotShrinkWhenTheWidestLineGoes) {
-    ASSERT_EQ(0, dplServicesRemoveService(block, 1500, nullptr, nullptr));
-    EXPECT_EQ(
-        "# head\n"
-        "short          \t 1501/udp\t            \n"
-        "\n",
-        written());
-}
-
-TEST_F(ServicesEdit, ANameWithADotIsRefused) {
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "a.b", 9088, "tcp", 0, nullptr, nullptr));
-    EXPECT_EQ((std::vector<std::string>{"Bound to port 9088; port is clear",
-                                        "Error: The name \"a.b\" contains invalid character '.' in "
-                                        "dplServicesAddService"}),
-              messages());
-    EXPECT_EQ(1, dplServicesStatus(block));
-    EXPECT_EQ(kWritten, written());
-}
-
-TEST_F(ServicesEdit, ANullSecondAliasRefusesTheWholeLine) {
-    const char *aliases[] = {"good", nullptr};
-    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplServicesAddService(block, "alpha", 9088, "tcp", 2, aliases, nullptr));
-    EXPECT_TRUE(has_message("Error: Alias 1 is null or blank in dplServicesAddService"));
-    EXPECT_EQ(1, dplServicesStatus(block));
-    EXPECT_EQ(kWritten, written());
-}
-
-TEST_F(ServicesEdit, ChecksComeInTheirOrderWithTheirCodes) {
+TEST_F(ServicesEdit, ChecksComeInTheirOrderAndARefusedLineChangesNothing) {
+    os.port_answers[7001] = platform::PortProbe::InUse;
     const char *with_dot[] = {"a.b"};
     const char *used[] = {"svc-a"};
-    const char *empty[] = {""};
-    const char *fine[] = {"fine"};
-    uint32_t foreign[64] = {0x12345678u};
-    auto *fake = reinterpret_cast<InstallControlBlock *>(foreign);
-    EXPECT_EQ(DPL_E_BAD_CONTEXT, dplServicesAddService(nullptr, "n", 1, "tcp", 0, nullptr, nullptr));
-    EXPECT_EQ(DPL_E_BAD_CONTEXT, dplServicesAddService(fake, "n", 1, "tcp", 0, nullptr, nullptr));
-    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplServicesAddService(block, nullptr, 1, "tcp", 0, nullptr, nullptr));
-    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplServicesAddService(block, "n", 1, "", 0, nullptr, nullptr));
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "n.", 0, "tcp", 0, nullptr, nullptr));
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "n.", 1500, "tcp", 0, nullptr, nullptr));
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "svc-b", 7000, "tcp", 0, fine, nullptr));
-    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplServicesAddService(block, "n", 7000, "tcp", 1, nullptr, nullptr));
-    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplServicesAddService(block, "n", 7000, "tcp", 1, empty, nullptr));
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "n", 7000, "tcp", 1, with_dot, nullptr));
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "n", 7000, "tcp", 1, used, nullptr));
-    EXPECT_EQ((std::vector<std::string>{
-                  "Error: The install structure is null in dplServicesAddService.",
-                  "Error: The install structure is null in dplServicesAddService.",
-                  "Error: The name or protocol parameter is null or blank in dplServicesAddService.",
-                  "Error: The name or protocol parameter is null or blank in dplServicesAddService.",
-                  "Error: The port is the reserved value 0 in dplServicesAddService.",
-                  "Error: Port 1500 is already used in dplServicesAddService (check before adding, please).",
-                  "Bound to port 7000; port is clear",
-                  "Warning: Aliascount is zero and aliases is zero in dplServicesAddService; is this "
-                  "intentional?.",
-                  "Error: Name svc-b is already used in dplServicesAddService (check before adding, please)",
-                  "Bound to port 7000; port is clear",
-                  "Error: The aliascount is greater than zero and aliases is null in dplServicesAddService.",
-                  "Bound to port 7000; port is clear",
-                  "Error: Alias 0 is null or blank in dplServicesAddService",
-                  "Bound to port 7000; port is clear",
-                  "Error: Alias \"a.b\" contains an invalid character '.' in dplServicesAddService",
-                  "Bound to port 7000; port is clear",
-                  "Error: Alias svc-a is already used in dplServicesAddService (check before adding, please)",
-              }),
+    const char *second_null[] = {"good", nullptr};
+    const auto refused = [&](int32_t rc, int32_t expected, const std::string &last_message) {
+        EXPECT_EQ(expected, rc) << last_message;
+        EXPECT_EQ(last_message, messages().back());
+        forget_messages();
+    };
+    const std::string used_text = " is already used in dplServicesAddService (check before adding, please)";
+    refused(dplServicesAddService(block, "n.", 0, "", 0, nullptr, nullptr), DPL_E_NULL_ARGUMENT,
+            "Error: The name or protocol parameter is null or blank in dplServicesAddService.");
+    refused(dplServicesAddService(block, "n.", 0, "tcp", 0, nullptr, nullptr), DPL_E_INVALID_VALUE,
+            "Error: The port is the reserved value 0 in dplServicesAddService.");
+    refused(dplServicesAddService(block, "n.", 1500, "tcp", 0, nullptr, nullptr), DPL_E_INVALID_VALUE,
+            "Error: Port 1500" + used_text + ".");
+    refused(dplServicesAddService(block, "a.b", 7001, "tcp", 0, nullptr, nullptr), DPL_E_INVALID_VALUE,
+            "Error: Port 7001" + used_text + ".");
+    refused(dplServicesAddService(block, "a.b", 7000, "tcp", 0, nullptr, nullptr), DPL_E_INVALID_VALUE,
+            "Error: The name \"a.b\" contains invalid character '.' in dplServicesAddService");
+    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "svc-b", 7000, "tcp", 0, used, nullptr));
+    EXPECT_EQ((Texts{"Bound to port 7000; port is clear",
+                     "Warning: Aliascount is zero and aliases is zero in dplServicesAddService; is this "
+                     "intentional?.",
+                     "Error: Name svc-b" + used_text}),
               messages());
+    forget_messages();
+    refused(dplServicesAddService(block, "n", 7000, "tcp", 2, second_null, nullptr), DPL_E_NULL_ARGUMENT,
+            "Error: Alias 1 is null or blank in dplServicesAddService");
+    refused(dplServicesAddService(block, "n", 7000, "tcp", 1, with_dot, nullptr), DPL_E_INVALID_VALUE,
+            "Error: Alias \"a.b\" contains an invalid character '.' in dplServicesAddService");
+    refused(dplServicesAddService(block, "n", 7000, "tcp", 1, used, nullptr), DPL_E_INVALID_VALUE,
+            "Error: Alias svc-a" + used_text);
+    os.manager_unavailable = true;
+    refused(dplServicesAddService(block, "other", 7000, "tcp", 0, nullptr, nullptr), DPL_E_INVALID_VALUE,
+            "Error: Name other" + used_text);
     EXPECT_EQ(1, dplServicesStatus(block));
     EXPECT_EQ(kWritten, written());
 }
 
-TEST_F(ServicesEdit, APortTheMachineUsesIsRefused) {
-    os.port_answers[7000] = platform::PortProbe::InUse;
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "n", 7000, "tcp", 0, nullptr, nullptr));
-    EXPECT_TRUE(has_message(
-        "Error: Port 7000 is already used in dplServicesAddService (check before adding, please)."));
-}
-
-TEST_F(ServicesEdit, AnInstalledServiceNameOrAFailingManagerCountsAsUsed) {
-    os.installed.insert("winsvc");
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "winsvc", 7000, "tcp", 0, nullptr, nullptr));
-    os.manager_unavailable = true;
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesAddService(block, "other", 7000, "tcp", 0, nullptr, nullptr));
-    EXPECT_TRUE(has_message("dplServicesTestName: OpenSCManager failed: 1722"));
-    EXPECT_TRUE(
-        has_message("Error: Name other is already used in dplServicesAddService (check before adding, "
-                    "please)"));
-}
-
-TEST_F(ServicesEdit, NamesOfAnotherProtocolAndANegativeAliasCountAreAccepted) {
-    // "short" is only used for udp; an alias is not checked against its own
-    // line's name.
-    const char *aliases[] = {"other"};
-    ASSERT_EQ(0, dplServicesAddService(block, "short", 7000, "tcp", -3, nullptr, nullptr));
-    ASSERT_EQ(0, dplServicesAddService(block, "other", 7001, "tcp", 1, aliases, ""));
-    EXPECT_EQ(7000, dplServicesGetPortFromName(block, "short", "tcp"));
-    EXPECT_EQ(1501, dplServicesGetPortFromName(block, "short", "udp"));
-    EXPECT_EQ(7000, dplServicesGetPortFromName(block, "short", nullptr));
-    EXPECT_EQ(7001, dplServicesGetPortFromName(block, "other", nullptr));
-    // An empty comment makes no comment column.
-    EXPECT_EQ(kWritten +
-                  "short          \t 7000/tcp\t            \n"
-                  "other          \t 7001/tcp\t other      \n",
-              written());
-}
-
-TEST_F(ServicesEdit, RemovingByAnAliasRemovesTheLineThatCarriesIt) {
-    ASSERT_EQ(0, dplServicesRemoveService(block, 0, "svc-b", nullptr));
-    EXPECT_EQ((std::vector<std::string>{"Deleting a service: longservicename on 1500/tcp"}), messages());
-    EXPECT_EQ(2, dplServicesStatus(block));
-    EXPECT_EQ(0, dplServicesGetPortFromName(block, "svc-a", nullptr));
-    EXPECT_EQ(0, dplServicesGetPortFromName(block, "longservicename", nullptr));
-    EXPECT_EQ(0, dplServicesTestPort(block, 1500, nullptr));
-}
-
-TEST_F(ServicesEdit, RemovingByPortTakesEveryProtocolUnlessOneIsGiven) {
-    dplServicesFree(block);
-    ASSERT_EQ(0, load("a 7000/tcp\nb 7000/udp\nc 7001/tcp\nd 7000/tcp\n"));
-    forget_messages();
-    ASSERT_EQ(0, dplServicesRemoveService(block, 7000, nullptr, "tcp"));
-    EXPECT_EQ(
-        (std::vector<std::string>{"Deleting a service: d on 7000/tcp", "Deleting a service: a on 7000/tcp"}),
-        messages());
-    EXPECT_EQ(2, dplServicesTestPort(block, 7000, nullptr));
-    ASSERT_EQ(0, dplServicesRemoveService(block, 7000, "", nullptr));
-    EXPECT_EQ(0, dplServicesTestPort(block, 7000, nullptr));
-    EXPECT_EQ("c\t 7001/tcp\t\n", written());
-}
-
-TEST_F(ServicesEdit, EveryGivenCriterionMustMatch) {
-    ASSERT_EQ(0, dplServicesRemoveService(block, 1501, "longservicename", nullptr));
-    ASSERT_EQ(0, dplServicesRemoveService(block, 0, "short", "tcp"));
-    ASSERT_EQ(0, dplServicesRemoveService(block, 0, "nobody", nullptr));
-    ASSERT_EQ(0, dplServicesRemoveService(block, 0, "#", nullptr));
+TEST_F(ServicesEdit, RemovingMatchesEveryGivenCriterionByPortOrByAlias) {
+    ASSERT_EQ(0, load("#k\na 7000/tcp\nb 7000/udp\nc 7001/tcp c-one c-two\nd 7000/tcp\n"));
+    ASSERT_EQ(0, dplServicesRemoveService(block, 7001, "a", nullptr));
+    ASSERT_EQ(0, dplServicesRemoveService(block, 0, "b", "tcp"));
+    ASSERT_EQ(0, dplServicesRemoveService(block, 0, "#k", nullptr));
     EXPECT_TRUE(messages().empty());
     EXPECT_EQ(1, dplServicesStatus(block));
-    ASSERT_EQ(0, dplServicesRemoveService(block, 1501, "short", "udp"));
-    EXPECT_EQ(2, dplServicesStatus(block));
-    EXPECT_EQ(0, dplServicesGetPortFromName(block, "short", nullptr));
-}
-
-TEST_F(ServicesEdit, RemovalArgumentErrors) {
-    EXPECT_EQ(DPL_E_BAD_CONTEXT, dplServicesRemoveService(nullptr, 1, "a", nullptr));
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesRemoveService(block, 0, nullptr, "tcp"));
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplServicesRemoveService(block, 0, "", "tcp"));
-    EXPECT_EQ((std::vector<std::string>{
-                  "Error: The install structure is null in dplServicesRemoveService.",
-                  "Error: The port and name parameters are both unspecified in dplServicesRemoveService.",
-                  "Error: The port and name parameters are both unspecified in dplServicesRemoveService.",
-              }),
-              messages());
-}
-
-TEST_F(ServicesEdit, CommentsAreSplitAtEveryLineEnd) {
-    ASSERT_EQ(0, dplServicesAddComment(block, "one\r\ntwo\n"));
-    EXPECT_EQ((std::vector<std::string>{"Added comment line: one", "Added comment line: ",
-                                        "Added comment line: two", "Added comment line: "}),
+    ASSERT_EQ(0, dplServicesRemoveService(block, 7000, nullptr, "tcp"));
+    EXPECT_EQ(2, dplServicesTestPort(block, 7000, nullptr));
+    ASSERT_EQ(0, dplServicesRemoveService(block, 7000, "", nullptr));
+    ASSERT_EQ(0, dplServicesRemoveService(block, 0, "c-two", nullptr));
+    EXPECT_EQ((Texts{"Deleting a service: d on 7000/tcp", "Deleting a service: a on 7000/tcp",
+                     "Deleting a service: b on 7000/udp", "Deleting a service: c on 7001/tcp"}),
               messages());
     EXPECT_EQ(2, dplServicesStatus(block));
-    ASSERT_EQ(0, dplServicesAddComment(block, "three"));
-    EXPECT_EQ(kWritten + "#one\n#\n#two\n#\n#three\n", written());
+    EXPECT_EQ("#k\n", written());
 }
 
-TEST_F(ServicesEdit, CommentArgumentErrors) {
-    EXPECT_EQ(DPL_E_BAD_CONTEXT, dplServicesAddComment(nullptr, "x"));
-    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplServicesAddComment(block, nullptr));
-    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplServicesAddComment(block, ""));
-    EXPECT_EQ((std::vector<std::string>{
-                  "Error: The install structure is null in dplServicesAddComment.",
-                  "Error: The text parameter is null in dplServicesAddComment.",
-                  "Error: The text parameter is null in dplServicesAddComment.",
-              }),
-              messages());
-    EXPECT_EQ(1, dplServicesStatus(block));
-    dplServicesFree(block);
-    EXPECT_EQ(DPL_E_BAD_CONTEXT, dplServicesAddComment(block, "x"));
-    EXPECT_EQ(DPL_E_BAD_CONTEXT, dplServicesAddService(block, "n", 1, "tcp", 0, nullptr, nullptr));
-    EXPECT_EQ(DPL_E_BAD_CONTEXT, dplServicesRemoveService(block, 1, nullptr, nullptr));
+const char *const kNames[] = {"n0", "n1", "n2", "n3", "n4", "n5"};
+const char *const kProtocols[] = {nullptr, "", "tcp", "udp"};
+
+// Lookups answer what a walk over the lines would answer, whatever the
+// loads, additions and removals that built the model.
+using ServicesIndex = ServicesTest;
+
+TEST_F(ServicesIndex, LookupsAgreeWithAWalkOverTheLines) {
+    uint32_t old = 0;
+    ASSERT_EQ(HT_OK, ht_set_severity(0, &old));  // thousands of calls
+    std::mt19937 random{12345};
+    const auto name = [&] { return kNames[random() % std::size(kNames)]; };
+    const auto port = [&] { return static_cast<uint16_t>(random() % 8); };
+    const auto check_lookups = [&] {
+        const auto &lines = block->services.lines();
+        for (const char *p : kProtocols) {
+            const auto matches = [p](const services::ServicesLine &line) {
+                return line.kind == services::kServiceLine &&
+                       (p == nullptr || *p == '\0' || line.protocol == p);
+            };
+            for (const char *n : kNames) {
+                int named = 0;
+                int16_t found = 0;  // from the last line that carries the name
+                for (const services::ServicesLine &line : lines) {
+                    if (!matches(line) || (line.text_or_name != n &&
+                                           std::count(line.aliases.begin(), line.aliases.end(), n) == 0))
+                        continue;
+                    named = 1;
+                    found = static_cast<int16_t>(line.port);
+                }
+                ASSERT_EQ(found, dplServicesGetPortFromName(block, n, p))
+                    << n << "/" << (p != nullptr ? p : "(null)");
+                ASSERT_EQ(named, dplServicesTestName(block, n, p));
+            }
+            for (uint16_t number = 1; number < 8; ++number) {
+                const bool used = std::any_of(
+                    lines.begin(), lines.end(),
+                    [&](const services::ServicesLine &line) { return matches(line) && line.port == number; });
+                ASSERT_EQ(used ? 2 : 0, dplServicesTestPort(block, number, p)) << number;
+            }
+        }
+    };
+    for (int round = 0; round < 10; ++round) {
+        std::string text = "# comment\nbroken 3\n";
+        for (int i = 0; i < 20; ++i) {
+            text +=
+                std::string(name()) + " " + std::to_string(port()) + (random() % 2 != 0 ? "/tcp" : "/udp");
+            for (unsigned a = random() % 4; a > 0; --a) text += std::string(" ") + name();
+            text += '\n';
+        }
+        ASSERT_EQ(0, load(text));
+        ASSERT_EQ(0, dplServicesCheatSockets(block));
+        check_lookups();
+        for (int step = 0; step < 30; ++step) {
+            const char *aliases[] = {name(), name()};
+            const char *added = name();
+            const uint16_t number = port();
+            const char *which = kProtocols[random() % std::size(kProtocols)];
+            if (random() % 2 != 0)
+                dplServicesAddService(block, added, number, which, static_cast<int32_t>(random() % 3),
+                                      aliases, nullptr);
+            else
+                dplServicesRemoveService(block, number, random() % 2 != 0 ? added : "", which);
+            check_lookups();
+        }
+        // What is written reads back into the same answers.
+        ASSERT_EQ(0, load(written()));
+        ASSERT_EQ(0, dplServicesCheatSockets(block));
+        check_lookups();
+    }
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <set>
@@ -26,44 +27,26 @@ public:
         if (real_sockets) return RecordingPlatform::probe_tcp_port(port, error);
         const auto scripted = port_answers.find(port);
         const platform::PortProbe answer = scripted != port_answers.end() ? scripted->second : default_probe;
-        *error = answer == platform::PortProbe::Clear ? 0 : probe_error;
+        *error = answer == platform::PortProbe::Clear ? 0 : 10048;
         return answer;
     }
 
     platform::ServiceQuery query_service(const std::string &name, uint32_t *error) override {
-        queried.push_back(name);
-        *error = 0;
-        if (manager_unavailable) {
-            *error = 1722;
-            return platform::ServiceQuery::ManagerUnavailable;
-        }
-        return installed.count(name) != 0 ? platform::ServiceQuery::Installed
-                                          : platform::ServiceQuery::NotInstalled;
+        *error = manager_unavailable ? 1722 : 0;
+        if (manager_unavailable) return platform::ServiceQuery::ManagerUnavailable;
+        return installed.count(name) ? platform::ServiceQuery::Installed
+                                     : platform::ServiceQuery::NotInstalled;
     }
 
     bool real_sockets = false;
     platform::PortProbe default_probe = platform::PortProbe::Clear;
     std::map<uint16_t, platform::PortProbe> port_answers;
-    uint32_t probe_error = 10048;
     std::vector<uint16_t> probed;
     std::set<std::string> installed;
     bool manager_unavailable = false;
-    std::vector<std::string> queried;
 };
 
-// Output of the library as a C program reading it in text mode would see it.
-inline std::string read_text(const std::string &path) {
-    std::string text = read_file(path);
-#ifdef _WIN32
-    std::string plain;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-        plain.push_back(text[i]);
-    }
-    text.swap(plain);
-#endif
-    return text;
-}
+using Texts = std::vector<std::string>;
 
 class ServicesTest : public ::testing::Test {
 protected:
@@ -73,54 +56,45 @@ protected:
         ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), debug_path.c_str(), 9, 0, "p"));
         block = init_API(0, 1, "p", "12.10.FC1");
         ASSERT_NE(nullptr, block);
-        dplServicesFree(block);
+        dplServicesFree(block);  // the one of the system
+        forget_messages();
     }
     void TearDown() override {
-        if (block != nullptr) {
-            EXPECT_EQ(0, finish(block));
-        }
+        EXPECT_EQ(0, finish(block));
         trace::reset_for_tests();
     }
 
-    // Loads `content` as the services file.
+    // Loads `content` as the services file, after dropping any loaded one,
+    // and forgets the messages so far.
     int32_t load(const std::string &content) {
+        dplServicesFree(block);
         write_file(services_path, content);
+        const int32_t rc = dplServicesLoad(block, services_path.c_str());
         forget_messages();
-        return dplServicesLoad(block, services_path.c_str());
+        return rc;
     }
 
     // What the model writes.
     std::string written() {
         const std::string out = dir.file("written");
         EXPECT_EQ(0, dplServicesDeployFile(block, out.c_str()));
-        return read_text(out);
+        return read_file_text(out);
     }
 
-    const services::ServicesFile &model() const { return block->services; }
-
-    // Forgets the messages so far: messages() then starts after them.
     void forget_messages() { seen_ = read_file(debug_path).size(); }
 
-    // The texts of the debug lines written since forget_messages(), without
-    // their location and prefix; the entry and exit marks are left out.
-    std::vector<std::string> messages() const {
-        std::vector<std::string> texts;
+    // The debug lines since forget_messages(), without location, prefix and
+    // the entry and exit marks.
+    Texts messages() const {
+        Texts texts;
         const std::string all = read_file(debug_path);
-        for (const std::string &line : lines_of(all.substr(seen_ < all.size() ? seen_ : all.size()))) {
+        for (const std::string &line : lines_of(all.substr(std::min(seen_, all.size())))) {
             const std::size_t at = line.find(" p ");
-            if (at == std::string::npos) continue;
-            const std::string text = line.substr(at + 3);
-            if (text.ends_with(": ENTER.") || text.find(": EXIT. rc=") != std::string::npos) continue;
-            texts.push_back(text);
+            const std::string text = at == std::string::npos ? ": ENTER." : line.substr(at + 3);
+            if (!text.ends_with(": ENTER.") && text.find(": EXIT. rc=") == std::string::npos)
+                texts.push_back(text);
         }
         return texts;
-    }
-
-    bool has_message(const std::string &text) const {
-        for (const std::string &message : messages()) {
-            if (message == text) return true;
-        }
-        return false;
     }
 
     ScriptedPlatform os;
