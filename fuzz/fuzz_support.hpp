@@ -24,6 +24,15 @@ inline std::string scratch_path(const char *name) {
     return (directory / name).string();
 }
 
+// A broken invariant stops the run with a crash libFuzzer records.
+inline void check(bool condition) {
+    if (!condition) std::abort();
+}
+
+inline bool is_space(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
 inline void write_bytes(const std::string &path, const uint8_t *data, std::size_t size) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char *>(data), static_cast<std::streamsize>(size));

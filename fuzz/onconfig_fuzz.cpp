@@ -16,6 +16,7 @@
 
 #include "core/instance.hpp"
 #include "dpl/dpl.h"
+#include "fuzz_support.hpp"
 
 namespace {
 
@@ -41,13 +42,8 @@ const Place &place() {
     return where;
 }
 
-void check(bool condition) {
-    if (!condition) std::abort();
-}
-
-bool is_space(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
+using dpl::fuzz::check;
+using dpl::fuzz::is_space;
 
 std::vector<std::string_view> split_lines(std::string_view text) {
     std::vector<std::string_view> lines;

@@ -17,6 +17,7 @@
 
 #include "core/control_block.hpp"
 #include "dpl/dpl.h"
+#include "fuzz_support.hpp"
 #include "services/services_file.hpp"
 
 namespace {
@@ -44,13 +45,8 @@ const Place &place() {
     return where;
 }
 
-void check(bool condition) {
-    if (!condition) std::abort();
-}
-
-bool is_space(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
+using dpl::fuzz::check;
+using dpl::fuzz::is_space;
 
 // The lines as a C program reading with fgets into 256 bytes sees them: at
 // most 255 characters, cut at a NUL, with a line end added to a short last

@@ -118,6 +118,8 @@ TEST_F(PathsTest, ClassificationAndNearestExistingDirectory) {
     EXPECT_EQ(top, paths::nearest_existing_directory((top + "/a/b\\c/d.dat").c_str()));
     EXPECT_EQ(top, paths::nearest_existing_directory((top + "/full/below").c_str()));
     EXPECT_EQ(std::nullopt, paths::nearest_existing_directory("no-such-dpl/x/y"));
+    // A drive that does not exist: the walk stops at its root.
+    EXPECT_EQ(std::nullopt, paths::nearest_existing_directory("Q:\\no-such-dpl\\x"));
     EXPECT_EQ(std::nullopt, paths::nearest_existing_directory(nullptr));
     EXPECT_EQ(std::nullopt, paths::nearest_existing_directory(""));
     EXPECT_EQ(" p Invalid path: (null)\n p Invalid path:\n", new_log());

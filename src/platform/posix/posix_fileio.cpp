@@ -10,6 +10,35 @@
 #include <limits>
 
 namespace dpl::platform::posix {
+
+int access_flags(bool read, bool write, Disposition disposition) {
+    int flags = O_CLOEXEC;
+    if (read && write) {
+        flags |= O_RDWR;
+    } else if (write) {
+        flags |= O_WRONLY;
+    } else {
+        flags |= O_RDONLY;
+    }
+    switch (disposition) {
+        case Disposition::CreateNew:
+            flags |= O_CREAT | O_EXCL;
+            break;
+        case Disposition::CreateAlways:
+            flags |= O_CREAT | O_TRUNC;
+            break;
+        case Disposition::OpenExisting:
+            break;
+        case Disposition::OpenAlways:
+            flags |= O_CREAT;
+            break;
+        case Disposition::TruncateExisting:
+            flags |= O_TRUNC;
+            break;
+    }
+    return flags;
+}
+
 namespace {
 
 int descriptor(FileHandle file) {
@@ -31,30 +60,7 @@ bool fail_with_errno(SysError *error) {
 }
 
 int open_flags(const DescriptorOpen &options) {
-    int flags = O_CLOEXEC;
-    if (options.read && options.write) {
-        flags |= O_RDWR;
-    } else if (options.write) {
-        flags |= O_WRONLY;
-    } else {
-        flags |= O_RDONLY;
-    }
-    switch (options.disposition) {
-        case Disposition::CreateNew:
-            flags |= O_CREAT | O_EXCL;
-            break;
-        case Disposition::CreateAlways:
-            flags |= O_CREAT | O_TRUNC;
-            break;
-        case Disposition::OpenExisting:
-            break;
-        case Disposition::OpenAlways:
-            flags |= O_CREAT;
-            break;
-        case Disposition::TruncateExisting:
-            flags |= O_TRUNC;
-            break;
-    }
+    int flags = access_flags(options.read, options.write, options.disposition);
     if (options.write_through) flags |= O_DSYNC;
     return flags;
 }

@@ -11,6 +11,9 @@
 
 namespace dpl::platform::posix {
 
+// open(2) flags for an access and a Windows-style disposition.
+int access_flags(bool read, bool write, Disposition disposition);
+
 // The Windows code nearest to an errno value.
 uint32_t win32_code_of(int error_number);
 

@@ -24,30 +24,7 @@ int descriptor(FileHandle file) {
 }
 
 int open_flags(const OpenOptions &options) {
-    int flags = O_CLOEXEC;
-    if (options.read && options.write) {
-        flags |= O_RDWR;
-    } else if (options.write) {
-        flags |= O_WRONLY;
-    } else {
-        flags |= O_RDONLY;
-    }
-    switch (options.disposition) {
-        case Disposition::CreateNew:
-            flags |= O_CREAT | O_EXCL;
-            break;
-        case Disposition::CreateAlways:
-            flags |= O_CREAT | O_TRUNC;
-            break;
-        case Disposition::OpenExisting:
-            break;
-        case Disposition::OpenAlways:
-            flags |= O_CREAT;
-            break;
-        case Disposition::TruncateExisting:
-            flags |= O_TRUNC;
-            break;
-    }
+    const int flags = posix::access_flags(options.read, options.write, options.disposition);
     // Share modes have no POSIX counterpart: other processes always may open
     // the file; writers coordinate through lock_file. Write-through is left
     // to the page cache, which every process sees at once.

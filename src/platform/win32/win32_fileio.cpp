@@ -20,28 +20,6 @@ bool fail_last(SysError *error) {
     return fail(error, GetLastError());
 }
 
-// kNoFile is INVALID_HANDLE_VALUE, which the kernel takes for the process
-// itself, and 0 is no handle at all: neither may reach a file call.
-bool unusable(FileHandle file) {
-    return file == kNoFile || file == 0;
-}
-
-DWORD creation_disposition(Disposition disposition) {
-    switch (disposition) {
-        case Disposition::CreateNew:
-            return CREATE_NEW;
-        case Disposition::CreateAlways:
-            return CREATE_ALWAYS;
-        case Disposition::OpenExisting:
-            return OPEN_EXISTING;
-        case Disposition::OpenAlways:
-            return OPEN_ALWAYS;
-        case Disposition::TruncateExisting:
-            return TRUNCATE_EXISTING;
-    }
-    return OPEN_EXISTING;
-}
-
 DWORD access_of(bool read, bool write) {
     DWORD access = 0;
     if (read) access |= GENERIC_READ;

@@ -15,28 +15,6 @@ Platform &native() {
 namespace win32 {
 namespace {
 
-DWORD creation_disposition(Disposition disposition) {
-    switch (disposition) {
-        case Disposition::CreateNew:
-            return CREATE_NEW;
-        case Disposition::CreateAlways:
-            return CREATE_ALWAYS;
-        case Disposition::OpenExisting:
-            return OPEN_EXISTING;
-        case Disposition::OpenAlways:
-            return OPEN_ALWAYS;
-        case Disposition::TruncateExisting:
-            return TRUNCATE_EXISTING;
-    }
-    return OPEN_EXISTING;
-}
-
-// kNoFile equals INVALID_HANDLE_VALUE, which the kernel would take for the
-// current-process pseudo-handle; such a handle must never reach a file call.
-bool unusable(FileHandle file) {
-    return file == kNoFile || file == 0;
-}
-
 bool is_standard_handle(HANDLE handle) {
     for (DWORD which : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
         if (GetStdHandle(which) == handle) return true;

@@ -23,6 +23,29 @@ inline RegKey from_hkey(HKEY key) {
     return reinterpret_cast<RegKey>(key);
 }
 
+// kNoFile is INVALID_HANDLE_VALUE, which the kernel would take for the
+// current-process pseudo-handle, and 0 is no handle at all: neither may
+// reach a file call.
+inline bool unusable(FileHandle file) {
+    return file == kNoFile || file == 0;
+}
+
+inline DWORD creation_disposition(Disposition disposition) {
+    switch (disposition) {
+        case Disposition::CreateNew:
+            return CREATE_NEW;
+        case Disposition::CreateAlways:
+            return CREATE_ALWAYS;
+        case Disposition::OpenExisting:
+            return OPEN_EXISTING;
+        case Disposition::OpenAlways:
+            return OPEN_ALWAYS;
+        case Disposition::TruncateExisting:
+            return TRUNCATE_EXISTING;
+    }
+    return OPEN_EXISTING;
+}
+
 class Win32Platform final : public Platform {
 public:
     FileHandle open_file(const std::string &path, const OpenOptions &options, uint32_t *error) override;
