@@ -29,8 +29,8 @@ int32_t read_file(InstallControlBlock *block, const char *path) {
     while (pieces.next(&piece)) {
         if (piece.empty() || piece[0] == '\n' || piece[0] == '\r') continue;
         if (piece[0] == '#') {
-            if (block->current == nullptr) return DPL_E_INVALID_VALUE;
-            block->current->connections.append_comment(std::string(piece).c_str());
+            const int32_t stored = dpl::core::store_comment(block->current, std::string(piece).c_str());
+            if (stored != DPL_OK) return stored;
             continue;
         }
         const dpl::connections::SqlhostsFields fields = dpl::connections::split_sqlhosts_line(piece);
