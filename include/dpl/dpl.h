@@ -48,6 +48,7 @@ extern "C" {
 #define DPL_OK 0
 #define DPL_NOTHING_TO_DEPLOY 1000
 #define DPL_E_FAIL (-1)
+#define DPL_E_PRODUCT_STRING (-938)
 #define DPL_E_REMOTE_CONNECT (-940)
 #define DPL_E_REG_NO_VALUES (-943)
 #define DPL_E_REG_NO_SUBKEYS (-944)
@@ -64,6 +65,12 @@ extern "C" {
 #define DPL_E_DISK_ABOVE_LOCATIONS (-955)
 #define DPL_E_LOG_SPACE_KIND (-956)
 #define DPL_E_SETTING_RANGE (-957)
+#define DPL_E_SETTING_CPUS_ZERO (-960)
+#define DPL_E_SETTING_MEMORY (-961)
+#define DPL_E_SETTING_CPUS (-962)
+#define DPL_E_SETTING_RTO (-963)
+#define DPL_E_SETTING_USERS (-964)
+#define DPL_E_SETTING_SERVERTYPE (-965)
 #define DPL_E_INVALID_VALUE (-966)
 #define DPL_E_NULL_ARGUMENT (-967)
 #define DPL_E_PORT_IN_USE (-970)
@@ -72,6 +79,18 @@ extern "C" {
 #define DPL_E_PATH_MISSING (-975)
 #define DPL_E_DISK_SLOW (-976)
 #define DPL_E_NO_DIRECTORY (-980)
+#define DPL_E_NO_ACCOUNT (-982)
+#define DPL_E_RIGHTS (-983)
+#define DPL_E_MEMBERSHIP (-984)
+#define DPL_E_LOGON (-985)
+#define DPL_E_ACCOUNT_UNDEFINED (-986)
+#define DPL_E_ACCOUNT_NOT_MADE (-987)
+#define DPL_E_NO_COMPUTER_NAME (-988)
+#define DPL_E_DOMAIN_ACCOUNTS (-989)
+#define DPL_E_VERSION_UNKNOWN (-993)
+#define DPL_E_NO_CREDENTIALS (-995)
+#define DPL_E_NOT_ADMIN (-997)
+#define DPL_E_UNKNOWEN_USER_PROPERTY (-999)
 #define DPL_E_NOMEM (-1000)
 
 /* The first 32 bits of a control block. */
@@ -382,6 +401,250 @@ DPL_API int32_t nt_writefile(DplNativeFile file, const void *buffer, uint32_t co
                              DplOverlapped *overlapped);
 /* The C runtime's errno for a Windows error code; 0 when there is none. */
 DPL_API int32_t nt_errno_from_win32(uint32_t code);
+
+/* ---- storage spaces and file systems -------------------------------------- */
+#define DPL_SPACE_DB 100u
+#define DPL_SPACE_TEMP_DB 101u
+#define DPL_SPACE_SB 102u
+#define DPL_SPACE_TEMP_SB 103u
+#define DPL_SPACE_BLOB 104u
+
+typedef struct StorageSpace { /* owned by the instance; sizes and offsets in KB */
+    uint32_t kind;            /* 100, 102 or 104; 0 in a mirror whose primary was not flagged mirrored */
+    uint32_t deployed;        /* 1 once its statements are in the script */
+    uint32_t temporary;       /* DBspace and Smart BLOBspace */
+    uint32_t mirrored;        /* 1 = mirrored */
+    uint64_t page_size;       /* DBspace */
+    uint64_t first_extent;    /* DBspace */
+    uint64_t next_extent;     /* DBspace */
+    uint64_t metadata_size;   /* Smart BLOBspace */
+    uint64_t metadata_offset; /* Smart BLOBspace */
+    char *options;            /* Smart BLOBspace */
+    uint32_t blob_page_size;  /* BLOBspace, as given */
+    char *mirror_path;
+    uint64_t mirror_offset;
+    char *name;
+    char *path;
+    uint64_t size;
+    uint64_t offset;
+    struct StorageSpace *mirror;
+    struct StorageSpace *next;
+} StorageSpace;
+
+typedef struct FileSystemEntry { /* owned by the block */
+    uint32_t device;             /* device (drive) number of the directory */
+    uint32_t total_kb;           /* total bytes of the volume >> 10, cut to 32 bits */
+    uint64_t free_kb;            /* bytes available to the caller >> 10 */
+    uint64_t required_kb;        /* summed requirement of the planned chunks */
+    char *path;                  /* the path first given for this device */
+    char *directory;             /* its nearest existing directory */
+    uint32_t reserved1, reserved2;
+    struct FileSystemEntry *next;
+} FileSystemEntry;
+
+DPL_API int32_t dplCreateSpace(InstallControlBlock *block, uint32_t kind, const char *name, const char *path,
+                               const char *size, const char *offset);
+DPL_API int32_t dplCreateDBSpace(InstallControlBlock *block, const char *name, const char *path,
+                                 const char *size, const char *offset, const char *page_size,
+                                 const char *mirror_path, const char *mirror_offset, const char *first_extent,
+                                 const char *next_extent, uint32_t temporary);
+DPL_API int32_t dplCreateSBSpace(InstallControlBlock *block, const char *name, const char *path,
+                                 const char *size, const char *offset, const char *mirror_path,
+                                 const char *mirror_offset, const char *metadata_size,
+                                 const char *metadata_offset, uint32_t temporary, const char *options);
+DPL_API int32_t dplCreateBLOBSpace(InstallControlBlock *block, const char *name, const char *path,
+                                   const char *size, const char *offset, uint32_t blob_page_size,
+                                   const char *mirror_path, const char *mirror_offset);
+DPL_API int32_t dplCreateMirrorSpace(InstallControlBlock *block, const char *name, const char *mirror_path,
+                                     const char *mirror_offset);
+DPL_API const char *dplGetSpaceKindName(uint32_t kind);            /* "DBspace" ...; null for another code */
+DPL_API StorageSpace *dplGetSpaceList(InstallControlBlock *block); /* head of the current instance's list */
+DPL_API FileSystemEntry *dplGetFileSysList(InstallControlBlock *block);
+DPL_API int32_t dplSetFileSysInfo(InstallControlBlock *block, const char *path, uint64_t required_kb);
+/* Requirement of the device of path, in the block's display unit; or -947, -967, -980. */
+DPL_API int64_t dplGetFileSysRequiredspace(InstallControlBlock *block, const char *path, int32_t reserved);
+/* Free space (bytes available to the caller) of the volume of path's nearest existing directory,
+   in the block's display unit; or -947, -967, -980. */
+DPL_API int64_t dplGetFileSysFreespace(InstallControlBlock *block, const char *path);
+/* Total and free KB of that volume (either pointer may be null); 0, -947, -967 or -980. */
+DPL_API int32_t dplGetFileSysInfo(InstallControlBlock *block, const char *path, uint64_t *total_kb,
+                                  uint64_t *free_kb);
+DPL_API int32_t dplSetInstallDir(InstallControlBlock *block, const char *directory);
+DPL_API const char *dplGetInstallDir(InstallControlBlock *block); /* null for a bad block */
+
+/* ---- system figures and disk speed ---------------------------------------- */
+typedef struct DiskLocation { /* owned by the block */
+    uint64_t size;            /* KB available at this location */
+    int32_t is_file;          /* 1: path is the file or device to test; 0: a directory */
+    char *path;
+    int32_t offset;    /* byte offset of the test I/O */
+    double write_rate; /* MB/s of the last measured write */
+    int32_t read_speed;
+    int32_t write_speed;
+    int32_t measured; /* 1: figures known, not tested again */
+    struct DiskLocation *next;
+} DiskLocation;
+
+DPL_API double dplGetCPUSpeed(InstallControlBlock *block); /* -947.0 for a bad block */
+DPL_API uint32_t dplGetTotalCPU(InstallControlBlock *block);
+DPL_API int64_t dplGetTotalMemory(InstallControlBlock *block); /* KB / display unit divisor */
+DPL_API uint64_t dplGetPageSize(InstallControlBlock *block);   /* 4096 */
+DPL_API void init_system_info(InstallControlBlock *block);
+DPL_API int32_t measure_disk_speed(InstallControlBlock *block);
+DPL_API int32_t test_read_speed(InstallControlBlock *block, DiskLocation *location, int32_t fd,
+                                int64_t measure_size, int32_t measure);
+DPL_API int32_t test_write_speed(InstallControlBlock *block, DiskLocation *location, int32_t fd,
+                                 int64_t measure_size, int32_t measure);
+DPL_API DiskLocation *dplGetDiskLocations(InstallControlBlock *block);
+/* Adds a location to the end of the list (is_file 1: the path itself is tested at offset);
+   0, -947, -967, -980 (a directory location whose volume cannot be queried), -1000. */
+DPL_API int32_t dplAddDiskLocation(InstallControlBlock *block, const char *path, int32_t is_file,
+                                   int32_t offset);
+
+/* ---- automatic configuration ------------------------------------------------ */
+#define DPL_SET_MAXCPU 0
+#define DPL_SET_MAXMEM 1
+#define DPL_SET_MAXDISK 2
+#define DPL_SET_MAXCPU_PCT 3
+#define DPL_SET_MAXMEM_PCT 4
+#define DPL_SET_MAXDISK_PCT 5
+#define DPL_SET_MIRROR_ALL 6
+#define DPL_SET_MIRROR_CRITICAL 7
+#define DPL_SET_SBSPACE_ENABLED 8
+#define DPL_SET_SBSPACE_LOGOPT 9
+#define DPL_SET_RTOPOLICY 10
+#define DPL_SET_INSTANCEPATH 11
+#define DPL_SET_MIRRORPATH 12
+#define DPL_SET_MAXUSERS 13
+#define DPL_SET_MAXDSUSERS 14
+#define DPL_SET_SERVERTYPE 15
+#define DPL_SET_SERVERNUM 16
+#define DPL_SET_TXNSUPPORT 17
+#define DPL_SET_ROOTPATH 18
+#define DPL_SET_LLOGPATH 19
+#define DPL_SET_PLOGPATH 20
+#define DPL_SET_DATAPATH 21
+#define DPL_SET_SLOBPATH 22
+#define DPL_SET_TEMPPATH 23
+
+/* Space entries of a recommendation. */
+#define DPL_SPACE_ENTRY_ROOT 0
+#define DPL_SPACE_ENTRY_PLOG 1
+#define DPL_SPACE_ENTRY_LLOG 2
+#define DPL_SPACE_ENTRY_DATA 3
+#define DPL_SPACE_ENTRY_SLOB 4
+#define DPL_SPACE_ENTRY_TEMP 5
+
+typedef struct AutoConfigSettings { /* owned by the instance; declaration order of the model */
+    uint32_t signature;             /* 0x5844504C */
+    int32_t max_users, max_ds_users, rto_policy;
+    int32_t txn_support, mirror_critical, mirror_all, sbspace_enabled, sbspace_logopt;
+    int64_t max_disk, max_mem; /* KB */
+    char *instance_path, *mirror_path;
+    int32_t max_cpu, server_type, server_num;
+    double lru_min_dirty, lru_max_dirty;
+    int32_t cpu_mode, mem_mode, disk_mode;
+    int32_t cpu_pct, mem_pct, disk_pct;
+    int32_t status[50];
+} AutoConfigSettings;
+
+typedef struct SpaceAllocation {
+    uint32_t kind; /* the entry's index */
+    int64_t size;  /* KB */
+    int32_t chunks;
+    int32_t log_count; /* logical-log entry only */
+    int64_t unit_size; /* bytes: physical log size (entry 1), one logical log (entry 2) */
+    char *path;
+} SpaceAllocation;
+
+typedef struct Recommendation { /* owned by the instance */
+    uint32_t signature;         /* 0x5844504C */
+    int32_t stage;              /* 0 reset, 2 calculated, 3 defaults loaded */
+    int64_t user_memory, ds_memory, ds_max_scans, ds_nonpdq_query_mem;
+    int64_t shm_virtual_size, shm_add, vp_memory_cache, onlidx_maxmem; /* KB where the model says */
+    int32_t buffers, cleaners, lrus, locks, net_poll_threads;
+    int32_t disk_speed_min, disk_speed_avg, disk_speed_avg_eighth, disk_count;
+    SpaceAllocation space[6];
+} Recommendation;
+
+DPL_API AutoConfigSettings *dplGetAutoConfigSettings(InstallControlBlock *block); /* current instance's */
+DPL_API Recommendation *dplGetRecommendationRecord(InstallControlBlock *block);
+DPL_API int32_t dplSetAutoConfig(InstallControlBlock *block, int32_t type, const char *value);
+DPL_API int32_t dplUpdateRecommendation(InstallControlBlock *block, int32_t code, const char *value);
+DPL_API char *dplGetRecommendationString(InstallControlBlock *block, int32_t code); /* dplFree */
+DPL_API int64_t dplGetRecommendation(InstallControlBlock *block, int32_t code);
+DPL_API int32_t dplLoadRecommendation(InstallControlBlock *block);
+DPL_API int32_t dplCalculateRecommendation(InstallControlBlock *block);
+DPL_API int32_t dplLoadDefaultConfig(InstallControlBlock *block);
+DPL_API int32_t write_generated_config(InstallControlBlock *block);
+DPL_API int32_t load_defaults_to_config(InstallControlBlock *block);
+DPL_API int32_t load_default_space_paths(InstallControlBlock *block);
+DPL_API int32_t load_default_log_values(InstallControlBlock *block);
+
+/* Mode flag: a block that maintains an existing installation (also the capture-only deployment:
+   script "sch_sqlcap.sql", accounts removed instead of created). DPL_MODE_NO_SQL (0x8) is the
+   JSON-listener flag of deployment. */
+#define DPL_MODE_MAINTENANCE 0x1u
+/* ---- product strings, install tags, installed version ----------------------- */
+DPL_API const char *dplGetProductName(int32_t product_type);
+DPL_API const char *dplGetInstallString(int32_t string_id);
+DPL_API int32_t dplGetUniqueInstallTag(InstallControlBlock *block);
+DPL_API int32_t dplUniqueInstallTag(int32_t major, int32_t minor);
+DPL_API int32_t dplRetrieveInstallTag(InstallControlBlock *block, const char *install_dir);
+DPL_API int32_t dplGetInstalledVersion(InstallControlBlock *block, int32_t product_kind,
+                                       const char *install_dir,
+                                       char **version_out); /* dplFree *version_out */
+DPL_API char **parseAliases(InstallControlBlock *block, const char *server_name, const char *aliases,
+                            int32_t *count_out); /* dplFreeNameList */
+DPL_API void dplFreeNameList(char **names, int32_t count);
+
+/* ---- environment files, registry environment, listener file ------------------ */
+#define DPL_PROFILE_CSH 1
+#define DPL_PROFILE_KSH 2
+#define DPL_PROFILE_CMD 3
+DPL_API int32_t dplWriteEnv(InstallControlBlock *block);
+DPL_API int32_t dplWriteProfile(InstallControlBlock *block, int32_t kind);
+DPL_API int32_t dplDeployJsonListenerFile(InstallControlBlock *block);
+
+/* ---- installing user, accounts, groups, rights -------------------------------- */
+#define DPL_P_RUNAS_USER 0
+#define DPL_P_CHANGE_USER_CRED 1
+#define DPL_P_RUNAS_LOCAL 2
+#define DPL_P_ROLE_SEPARATION 3
+#define DPL_P_LOCAL_ADMIN 4
+#define DPL_P_DOMAIN_ADMIN 5
+#define DPL_P_DOMAIN_CONTROLLER 6
+#define DPL_P_IN_DOMAIN 7
+
+#define DPL_P_GROUP_EXISTS 1u
+#define DPL_P_USER_EXISTS 2u
+#define DPL_P_DOMAIN_GROUP_EXISTS 4u
+#define DPL_P_DOMAIN_USER_EXISTS 8u
+
+#define DPL_ACCOUNT_PRODUCT_USER 0
+#define DPL_ACCOUNT_JSON_LISTENER 4
+
+DPL_API int32_t initDplUser(InstallControlBlock *block);
+DPL_API int32_t dplSetInstallationProperty(InstallControlBlock *block, uint32_t property, int32_t value);
+DPL_API int32_t dplGetInstallationProperty(InstallControlBlock *block, uint32_t property);
+DPL_API int32_t dplGetUserProperty(InstallControlBlock *block, int32_t kind, uint32_t property);
+DPL_API const char *dplGetUserName(InstallControlBlock *block, int32_t kind);
+DPL_API const char *dplGetGroupName(InstallControlBlock *block, int32_t kind);
+DPL_API const char *dplGetAccountName(InstallControlBlock *block);
+DPL_API const char *dplGetAccountName_a(InstallControlBlock *block, int32_t kind);
+DPL_API const char *dplGetDoaminControler(InstallControlBlock *block);
+DPL_API const char *dplGetDoaminName(InstallControlBlock *block);
+DPL_API const char *dplGetComputerName(InstallControlBlock *block);
+DPL_API const char *dplGetInstallingUser(InstallControlBlock *block);
+DPL_API int32_t dplSetPasswd(InstallControlBlock *block, int32_t kind, const char *password);
+DPL_API void dplFreeUser(InstallControlBlock *block);
+DPL_API int32_t dplGetLastError(InstallControlBlock *block, int32_t *previous);
+DPL_API int32_t dplAddUserGroupRequired(InstallControlBlock *block, int32_t kind, const char *group,
+                                        const char *user);
+DPL_API int32_t dplChangeGroupRequired(InstallControlBlock *block, int32_t kind, const char *group);
+DPL_API int32_t dplDeployQvmxCredentials(InstallControlBlock *block);
+/* Fills length-1 characters from the 72-character alphabet and a terminator; 0 or -967. */
+DPL_API int32_t dplGeneratePassword(char *buffer, uint32_t length);
 
 /* ---- trace facility ----------------------------------------------------- */
 
