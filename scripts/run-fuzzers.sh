@@ -3,6 +3,7 @@
 # (FUZZ_SECONDS, default 20) on a copy of its seed corpus.
 set -uo pipefail
 cd "$(dirname "$0")/.."
+root=$(pwd)
 seconds=${FUZZ_SECONDS:-20}
 cmake --preset fuzz >/dev/null && cmake --build --preset fuzz -j2 >/dev/null || { echo "fuzz build failed"; exit 1; }
 status=0
@@ -12,8 +13,10 @@ for program in build/fuzz/bin/*_fuzz; do
   mkdir -p "$work/$name"
   seeds=fuzz/corpus/$name
   [[ -d $seeds ]] || seeds=
-  if "$program" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -artifact_prefix="$work/$name-" \
-       "$work/$name" $seeds >"$work/$name.log" 2>&1; then
+  # Run inside the scratch directory: whatever a target writes by a relative
+  # name lands there, never in the checkout.
+  if (cd "$work" && "$root/$program" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -artifact_prefix="$work/$name-" \
+       "$work/$name" ${seeds:+"$root/$seeds"}) >"$work/$name.log" 2>&1; then
     echo "fuzz $name: ${seconds}s, $(grep -c . <(ls "$work/$name")) corpus files, no crash"
   else
     echo "fuzz $name: FAILED"

@@ -68,6 +68,15 @@ if cmake --preset release >"$logs/release-configure.log" 2>&1 &&
     failed=$((failed + 1))
   fi
   rm -rf "$vg"
+  echo "== installed package: a C consumer built with find_package (native)"
+  if scripts/test-consumer.sh native >"$logs/consumer-native.log" 2>&1 && grep -q '^consumer: ok$' "$logs/consumer-native.log"; then
+    echo "consumer (native): ok"
+    passed=$((passed + 1))
+  else
+    tail -30 "$logs/consumer-native.log"
+    status=1
+    failed=$((failed + 1))
+  fi
 else
   cat "$logs"/release-*.log | tail -40
   status=1
@@ -85,6 +94,14 @@ if cmake --preset windows >"$logs/windows-configure.log" 2>&1 &&
   grep -E '^\[  (FAILED|PASSED) ' "$logs/windows-test.log" | tail -20
   grep -B3 -A15 ': Failure$' "$logs/windows-test.log" | head -80
   count_gtest "$logs/windows-test.log"
+  if scripts/test-consumer.sh windows >"$logs/consumer-windows.log" 2>&1 && grep -q '^consumer: ok$' "$logs/consumer-windows.log"; then
+    echo "consumer (Windows, under Wine): ok"
+    passed=$((passed + 1))
+  else
+    tail -30 "$logs/consumer-windows.log"
+    status=1
+    failed=$((failed + 1))
+  fi
   wineserver -k >/dev/null 2>&1 || true
   rm -rf "$WINEPREFIX"
 else
