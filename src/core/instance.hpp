@@ -10,6 +10,7 @@
 #include "config/config_table.hpp"
 #include "connections/alias_index.hpp"
 #include "core/connection_list.hpp"
+#include "deploy/log_record.hpp"
 #include "dpl/dpl.h"
 
 namespace dpl::core {
@@ -32,6 +33,9 @@ struct Instance {
     dpl::connections::AliasIndex server_alias_index;  // over DBSERVERALIASES
     uint32_t sqlhosts_location = DPL_SQLHOSTS_FILE;
     std::string remote_machine;
+    // Deployment: set once deployInstallation has run; the two log slots.
+    bool deployed = false;
+    dpl::deploy::LogRecord logs[2] = {};
 };
 
 namespace dpl::core {
