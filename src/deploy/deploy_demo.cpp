@@ -33,7 +33,8 @@ int32_t dplDeployDemoInstance(InstallControlBlock *pointer) {
         const bool json_listener = (block->mode & DPL_MODE_NO_SQL) != 0;
         const int page_kb = static_cast<int>(dplGetPageSize(block) / 1024);
         script.write(dpl::deploy::demo_routine(json_listener, page_kb));
-        script.write(std::string("\n\nEXECUTE FUNCTION qvx_setup_system('") + settings->instance_path + "');\n");
+        script.write(std::string("\n\nEXECUTE FUNCTION qvx_setup_system('") + settings->instance_path +
+                     "');\n");
         script.close();
         return DPL_OK;
     });

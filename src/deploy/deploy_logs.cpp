@@ -29,7 +29,8 @@ const char *config_value(Instance &instance, const char *name) {
 // accepted.
 bool log_space_acceptable(InstallControlBlock *block, const char *space_name) {
     for (const StorageSpace *space = dplGetSpaceList(block); space != nullptr; space = space->next) {
-        if (space->name != nullptr && std::string_view(space->name) == space_name) return space->kind == DPL_SPACE_DB;
+        if (space->name != nullptr && std::string_view(space->name) == space_name)
+            return space->kind == DPL_SPACE_DB;
     }
     return true;
 }
@@ -61,8 +62,10 @@ int32_t dplCreateLog(InstallControlBlock *pointer, uint32_t kind, const char *sp
     InstallControlBlock *block = as_block(pointer);
     if (block == nullptr) return DPL_E_BAD_CONTEXT;
     return dpl::trace::traced_call(kInstance, __LINE__, "dplCreateLog", [&]() -> int32_t {
-        if (kind != dpl::deploy::kPhysicalLog && kind != dpl::deploy::kLogicalLogs) return DPL_E_INVALID_VALUE;
-        if (block->current == nullptr || space_name == nullptr || *space_name == '\0') return DPL_E_NULL_ARGUMENT;
+        if (kind != dpl::deploy::kPhysicalLog && kind != dpl::deploy::kLogicalLogs)
+            return DPL_E_INVALID_VALUE;
+        if (block->current == nullptr || space_name == nullptr || *space_name == '\0')
+            return DPL_E_NULL_ARGUMENT;
         Instance &instance = *block->current;
         if (!log_space_acceptable(block, space_name)) {
             ht_log("Logical/Physical Logs must be located in a dbspace.");
@@ -77,7 +80,8 @@ int32_t dplCreateLog(InstallControlBlock *pointer, uint32_t kind, const char *sp
             comment = "**DPL Generated**";
             if (count < kMinimumLogicalLogs) {
                 count = kMinimumLogicalLogs;
-                ht_debug(5, kInstance, __LINE__, "Minimum log count = %d", static_cast<int>(kMinimumLogicalLogs));
+                ht_debug(5, kInstance, __LINE__, "Minimum log count = %d",
+                         static_cast<int>(kMinimumLogicalLogs));
                 ht_debug(5, kInstance, __LINE__, "Defaulting to %d logical logs",
                          static_cast<int>(kMinimumLogicalLogs));
             }

@@ -7,7 +7,8 @@ namespace dpl::deploy {
 std::string script_path(const InstallControlBlock &block, Instance &instance) {
     const char separator = platform::current().path_separator();
     std::string path;
-    if (const core::EnvironmentEntry *dir = core::find_environment(instance, "ORVANDEXDIR")) path = dir->value;
+    if (const core::EnvironmentEntry *dir = core::find_environment(instance, "ORVANDEXDIR"))
+        path = dir->value;
     path.append(1, separator).append("etc").append(1, separator).append("sysadmin").append(1, separator);
     if ((block.mode & DPL_MODE_MAINTENANCE) != 0) {
         path.append("sch_sqlcap.sql");

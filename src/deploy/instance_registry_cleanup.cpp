@@ -120,8 +120,10 @@ void remove_installation_values(InstallControlBlock *block, RegKey dbms, uint32_
         dpl::platform::RegValue value;
         if (os.reg_enum_value(key.get(), value_index, &name, &value) != kOk) continue;
         if (!equal_ignoring_case(translated(block, value_text(value)), install_dir)) continue;
-        if (os.reg_delete_value(key.get(), name) != kOk) ht_log("Cannot delete registry value: %s", name.c_str());
-        const std::string tag = name.size() > kInstallDirLength ? name.substr(kInstallDirLength) : std::string();
+        if (os.reg_delete_value(key.get(), name) != kOk)
+            ht_log("Cannot delete registry value: %s", name.c_str());
+        const std::string tag =
+            name.size() > kInstallDirLength ? name.substr(kInstallDirLength) : std::string();
         for (const char *prefix : {"Version", "InstallType"}) {
             const std::string other = limited(prefix + tag);
             if (os.reg_delete_value(key.get(), other) != kOk) {
@@ -169,7 +171,8 @@ int32_t remove_instance_registry(InstallControlBlock *block, const char *server_
     if (online.get() != dpl::platform::kNoKey) {
         // Without SQLHOSTS (an earlier removal emptied it) there are no
         // connection keys to walk, but the server's own key still goes.
-        if (sqlhosts.get() != dpl::platform::kNoKey) rc = remove_connections(block, server_name, sqlhosts.get());
+        if (sqlhosts.get() != dpl::platform::kNoKey)
+            rc = remove_connections(block, server_name, sqlhosts.get());
         if (dpl::platform::current().reg_delete_tree(online.get(), limited(server_name), kView) != kOk) {
             ht_log("Cannot delete Online server key: %s", server_name);
         }

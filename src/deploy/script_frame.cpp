@@ -10,7 +10,8 @@ using dpl::trace::kInstance;
 namespace {
 
 // Appends one fixed text to the script, or logs the writer's own message.
-int32_t write_fixed(InstallControlBlock *pointer, const char *function, const char *text, const char *missing) {
+int32_t write_fixed(InstallControlBlock *pointer, const char *function, const char *text,
+                    const char *missing) {
     InstallControlBlock *block = as_block(pointer);
     if (block == nullptr) return DPL_E_BAD_CONTEXT;
     return dpl::trace::traced_call(kInstance, __LINE__, function, [&]() -> int32_t {
