@@ -53,6 +53,13 @@ std::unique_ptr<InstallControlBlock> build_block(uint32_t mode, int32_t product_
         return nullptr;
     }
 
+    // Product mode 0: this installation's tag among those of its version.
+    if (product_mode == 0) {
+        block->unique_id =
+            dplUniqueInstallTag(block->product->version_info.major, block->product->version_info.minor);
+        ht_log("Unique installation identifier: %d", static_cast<int>(block->unique_id));
+    }
+
     // The system's services database; a failure to load it is not fatal.
     const std::string services = dpl::platform::current().services_database_path();
     dplServicesLoad(block.get(), services.c_str());
