@@ -22,6 +22,8 @@ int32_t next_free_tag(int32_t major, int32_t minor) {
     std::snprintf(path, sizeof path, "SOFTWARE\\Orvandex\\DBMS\\%d.%d", static_cast<int>(major),
                   static_cast<int>(minor));
     auto &os = dpl::platform::current();
+    // One consistent view of the store for the whole enumeration.
+    const dpl::platform::RegistryBatch snapshot;
     dpl::registry::OpenKey key;
     const uint32_t opened = key.open(dpl::platform::kLocalMachine, path, dpl::platform::RegView::Default);
     dpl::platform::RegKeyInfo info;
@@ -53,6 +55,7 @@ int32_t next_free_tag(int32_t major, int32_t minor) {
 }
 
 int32_t registered_tag(const char *install_dir) {
+    const dpl::platform::RegistryBatch snapshot;
     DplRegSubKey *versions = nullptr;
     const int32_t listed = dplQueryRegSubKeys(DPL_HKEY_LOCAL_MACHINE, dpl::install::kServerRoot, &versions,
                                               DPL_REG_VIEW_DEFAULT);
