@@ -68,6 +68,9 @@ std::unique_ptr<InstallControlBlock> build_block(uint32_t mode, int32_t product_
     block->disk_mem_units = DPL_UNITS_KB;
     block->further = 0;
     block->mode = mode;
+
+    // The installing user's context; without it nothing can be deployed.
+    if (initDplUser(block.get()) != DPL_OK) return nullptr;
     return block;
 }
 
@@ -137,6 +140,7 @@ int32_t finish(InstallControlBlock *pointer) {
     htenter(1, kApi, __LINE__, "finish");
     ht_log("finish entered\n");
     // The block owns its product, its instances and their lists: all go.
+    dplFreeUser(block);
     block->magic = 0;
     std::unique_ptr<InstallControlBlock> owned(block);
     owned.reset();
