@@ -10,6 +10,7 @@
 #include "core/instance.hpp"
 #include "dpl/dpl.h"
 #include "services/services_file.hpp"
+#include "user/user_context.hpp"
 
 namespace dpl::core {
 
@@ -34,6 +35,8 @@ struct InstallControlBlock {
     std::vector<std::unique_ptr<Instance>> instances;
     Instance *current = nullptr;
     dpl::services::ServicesFile services;
+    // The installing user and the accounts the product needs.
+    dpl::user::UserContext user;
 };
 
 namespace dpl::core {

@@ -124,6 +124,62 @@ public:
         return inner_.delete_file(path, error);
     }
 
+    uint32_t account_installing_user(AccountIdentity *out) override {
+        return inner_.account_installing_user(out);
+    }
+    uint32_t account_computer_name(std::string *out) override { return inner_.account_computer_name(out); }
+    uint32_t account_domain_controller(std::string *out) override {
+        return inner_.account_domain_controller(out);
+    }
+    uint32_t account_open_policy(const std::string &server, PolicyHandle *out, int32_t *status) override {
+        return inner_.account_open_policy(server, out, status);
+    }
+    void account_close_policy(PolicyHandle policy) override { inner_.account_close_policy(policy); }
+    uint32_t account_administrators_group(std::string *out) override {
+        return inner_.account_administrators_group(out);
+    }
+    uint32_t account_find_group(const std::string &server, GroupScope scope,
+                                const std::string &name) override {
+        return inner_.account_find_group(server, scope, name);
+    }
+    uint32_t account_find_user(const std::string &server, const std::string &name) override {
+        return inner_.account_find_user(server, name);
+    }
+    uint32_t account_add_group(const std::string &server, GroupScope scope, const std::string &name,
+                               const std::string &comment) override {
+        return inner_.account_add_group(server, scope, name, comment);
+    }
+    uint32_t account_delete_group(const std::string &server, GroupScope scope,
+                                  const std::string &name) override {
+        return inner_.account_delete_group(server, scope, name);
+    }
+    uint32_t account_add_member(const std::string &server, GroupScope scope, const std::string &group,
+                                const std::string &member) override {
+        return inner_.account_add_member(server, scope, group, member);
+    }
+    uint32_t account_add_user(const std::string &server, const NewUser &user) override {
+        return inner_.account_add_user(server, user);
+    }
+    uint32_t account_delete_user(const std::string &server, const std::string &name) override {
+        return inner_.account_delete_user(server, name);
+    }
+    uint32_t account_lookup_sid(const std::string &name, std::string *sid) override {
+        return inner_.account_lookup_sid(name, sid);
+    }
+    uint32_t account_add_right(PolicyHandle policy, const std::string &sid,
+                               const std::string &right) override {
+        return inner_.account_add_right(policy, sid, right);
+    }
+    uint32_t account_remove_right(PolicyHandle policy, const std::string &sid,
+                                  const std::string &right) override {
+        return inner_.account_remove_right(policy, sid, right);
+    }
+    uint32_t account_logon(const std::string &domain, const std::string &user,
+                           const std::string &password) override {
+        return inner_.account_logon(domain, user, password);
+    }
+    bool secure_random(void *buffer, std::size_t size) override { return inner_.secure_random(buffer, size); }
+
 protected:
     Platform &inner_;
 };

@@ -147,6 +147,47 @@ struct DescriptorOpen {
 
 enum class SeekFrom { Start, Current, End };
 
+// ---- accounts, groups and rights ------------------------------------------
+
+// System error codes of the account calls, Windows' numbers on both backends.
+namespace err {
+inline constexpr uint32_t kNotSupported = 50;
+inline constexpr uint32_t kLogonFailure = 1326;
+inline constexpr uint32_t kNoneMapped = 1332;
+inline constexpr uint32_t kNoSuchDomain = 1355;
+inline constexpr uint32_t kMemberInAlias = 1378;
+inline constexpr uint32_t kAliasExists = 1379;
+inline constexpr uint32_t kNoSuchMember = 1387;
+inline constexpr uint32_t kGroupNotFound = 2220;
+inline constexpr uint32_t kUserNotFound = 2221;
+inline constexpr uint32_t kGroupExists = 2223;
+inline constexpr uint32_t kUserExists = 2224;
+inline constexpr uint32_t kUserInGroup = 2236;
+inline constexpr uint32_t kInvalidComputer = 2351;
+}  // namespace err
+
+// An open security policy (LSA_HANDLE on Windows).
+using PolicyHandle = std::uintptr_t;
+inline constexpr PolicyHandle kNoPolicy = 0;
+
+// Who runs this process: the account's name and the domain it belongs to.
+struct AccountIdentity {
+    std::string name;
+    std::string domain;
+};
+
+// Local groups belong to one computer; global groups to a domain.
+enum class GroupScope { Local, Global };
+
+// A user account to create (USER_INFO_1): normal account, user privilege,
+// empty home directory and script path.
+struct NewUser {
+    std::string name;
+    std::string password;
+    std::string comment;
+    uint32_t flags = 0;
+};
+
 class Platform {
 public:
     Platform() = default;
@@ -248,6 +289,45 @@ public:
     // Clears what would keep a file from being deleted (the read-only attribute).
     virtual bool make_deletable(const std::string &path, SysError *error) = 0;
     virtual bool delete_file(const std::string &path, SysError *error) = 0;
+
+    // ---- accounts, groups and rights ----
+    // Each call answers 0 or the system's error code. `server` is empty for
+    // this computer or "\\NAME" for another one (a domain controller).
+
+    // The effective user of this process.
+    virtual uint32_t account_installing_user(AccountIdentity *out) = 0;
+    virtual uint32_t account_computer_name(std::string *out) = 0;
+    // "\\NAME" of the primary domain's controller; kNoSuchDomain outside a domain.
+    virtual uint32_t account_domain_controller(std::string *out) = 0;
+    // Opens the security policy of `server` with all access; `status`
+    // receives the policy call's own status (NTSTATUS), 0 on success.
+    virtual uint32_t account_open_policy(const std::string &server, PolicyHandle *out, int32_t *status) = 0;
+    virtual void account_close_policy(PolicyHandle policy) = 0;
+    // The name of the built-in Administrators group (S-1-5-32-544).
+    virtual uint32_t account_administrators_group(std::string *out) = 0;
+    virtual uint32_t account_find_group(const std::string &server, GroupScope scope,
+                                        const std::string &name) = 0;
+    virtual uint32_t account_find_user(const std::string &server, const std::string &name) = 0;
+    virtual uint32_t account_add_group(const std::string &server, GroupScope scope, const std::string &name,
+                                       const std::string &comment) = 0;
+    virtual uint32_t account_delete_group(const std::string &server, GroupScope scope,
+                                          const std::string &name) = 0;
+    // A local group takes its member as "DOMAIN\user", a global group the user name.
+    virtual uint32_t account_add_member(const std::string &server, GroupScope scope, const std::string &group,
+                                        const std::string &member) = 0;
+    virtual uint32_t account_add_user(const std::string &server, const NewUser &user) = 0;
+    virtual uint32_t account_delete_user(const std::string &server, const std::string &name) = 0;
+    // The security identifier of an account ("DOMAIN\user" or "user"), as opaque bytes.
+    virtual uint32_t account_lookup_sid(const std::string &name, std::string *sid) = 0;
+    virtual uint32_t account_add_right(PolicyHandle policy, const std::string &sid,
+                                       const std::string &right) = 0;
+    virtual uint32_t account_remove_right(PolicyHandle policy, const std::string &sid,
+                                          const std::string &right) = 0;
+    // An interactive logon with the default provider; kLogonFailure when refused.
+    virtual uint32_t account_logon(const std::string &domain, const std::string &user,
+                                   const std::string &password) = 0;
+    // Fills `buffer` from the system's cryptographic generator.
+    virtual bool secure_random(void *buffer, std::size_t size) = 0;
 };
 
 // The backend in force: the native one unless a test installed another.

@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "platform/platform.hpp"
+#include "platform/posix/posix_accounts.hpp"
 #include "platform/posix/posix_fileio.hpp"
 #include "platform/posix/posix_network.hpp"
 #include "platform/posix/posix_registry.hpp"
@@ -234,6 +235,69 @@ public:
     }
     bool delete_file(const std::string &path, SysError *error) override {
         return posix::delete_file(path, error);
+    }
+
+    // Accounts (posix_accounts.cpp): never in a domain, so there is no
+    // controller to find.
+    uint32_t account_installing_user(AccountIdentity *out) override {
+        return posix::installing_user(out);
+    }
+    uint32_t account_computer_name(std::string *out) override {
+        return posix::computer_name(out);
+    }
+    uint32_t account_domain_controller(std::string *) override {
+        return err::kNoSuchDomain;
+    }
+    uint32_t account_open_policy(const std::string &server, PolicyHandle *out, int32_t *status) override {
+        return posix::open_policy(machine_root(), server, out, status);
+    }
+    void account_close_policy(PolicyHandle) override {}
+    uint32_t account_administrators_group(std::string *out) override {
+        *out = "Administrators";
+        return err::kOk;
+    }
+    uint32_t account_find_group(const std::string &server, GroupScope scope,
+                                const std::string &name) override {
+        return posix::find_group(server, scope, name);
+    }
+    uint32_t account_find_user(const std::string &server, const std::string &name) override {
+        return posix::find_user(server, name);
+    }
+    uint32_t account_add_group(const std::string &server, GroupScope scope, const std::string &name,
+                               const std::string &comment) override {
+        return posix::add_group(server, scope, name, comment);
+    }
+    uint32_t account_delete_group(const std::string &server, GroupScope scope,
+                                  const std::string &name) override {
+        return posix::delete_group(server, scope, name);
+    }
+    uint32_t account_add_member(const std::string &server, GroupScope scope, const std::string &group,
+                                const std::string &member) override {
+        return posix::add_member(server, scope, group, member);
+    }
+    uint32_t account_add_user(const std::string &server, const NewUser &user) override {
+        return posix::add_user(server, user);
+    }
+    uint32_t account_delete_user(const std::string &server, const std::string &name) override {
+        return posix::delete_user(server, name);
+    }
+    uint32_t account_lookup_sid(const std::string &name, std::string *sid) override {
+        return posix::lookup_sid(name, sid);
+    }
+    uint32_t account_add_right(PolicyHandle policy, const std::string &sid,
+                               const std::string &right) override {
+        return posix::add_right(policy, sid, right);
+    }
+    uint32_t account_remove_right(PolicyHandle policy, const std::string &sid,
+                                  const std::string &right) override {
+        return posix::remove_right(policy, sid, right);
+    }
+    uint32_t account_logon(const std::string &domain, const std::string &user,
+                           const std::string &password) override {
+        return posix::logon(domain, user, password);
+    }
+    bool secure_random(void *buffer, std::size_t size) override {
+        return posix::secure_random(buffer, size);
     }
 
 private:

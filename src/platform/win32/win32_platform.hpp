@@ -106,6 +106,33 @@ public:
     bool close_descriptor(FileHandle file, SysError *error) override;
     bool make_deletable(const std::string &path, SysError *error) override;
     bool delete_file(const std::string &path, SysError *error) override;
+
+    // Accounts, groups and rights (win32_accounts.cpp).
+    uint32_t account_installing_user(AccountIdentity *out) override;
+    uint32_t account_computer_name(std::string *out) override;
+    uint32_t account_domain_controller(std::string *out) override;
+    uint32_t account_open_policy(const std::string &server, PolicyHandle *out, int32_t *status) override;
+    void account_close_policy(PolicyHandle policy) override;
+    uint32_t account_administrators_group(std::string *out) override;
+    uint32_t account_find_group(const std::string &server, GroupScope scope,
+                                const std::string &name) override;
+    uint32_t account_find_user(const std::string &server, const std::string &name) override;
+    uint32_t account_add_group(const std::string &server, GroupScope scope, const std::string &name,
+                               const std::string &comment) override;
+    uint32_t account_delete_group(const std::string &server, GroupScope scope,
+                                  const std::string &name) override;
+    uint32_t account_add_member(const std::string &server, GroupScope scope, const std::string &group,
+                                const std::string &member) override;
+    uint32_t account_add_user(const std::string &server, const NewUser &user) override;
+    uint32_t account_delete_user(const std::string &server, const std::string &name) override;
+    uint32_t account_lookup_sid(const std::string &name, std::string *sid) override;
+    uint32_t account_add_right(PolicyHandle policy, const std::string &sid,
+                               const std::string &right) override;
+    uint32_t account_remove_right(PolicyHandle policy, const std::string &sid,
+                                  const std::string &right) override;
+    uint32_t account_logon(const std::string &domain, const std::string &user,
+                           const std::string &password) override;
+    bool secure_random(void *buffer, std::size_t size) override;
 };
 
 }  // namespace dpl::platform::win32
