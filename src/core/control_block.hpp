@@ -34,6 +34,8 @@ struct InstallControlBlock {
     std::vector<std::unique_ptr<Instance>> instances;
     Instance *current = nullptr;
     dpl::services::ServicesFile services;
+    // Deployment options (DPL_OPTION_ flags), the block's second flag word.
+    uint32_t options = 0;
 };
 
 namespace dpl::core {
