@@ -55,7 +55,7 @@ private:
     }
 
     platform::FileHandle file_ = platform::kNoFile;
-    std::vector<char> buffer_ = std::vector<char>(64 * 1024);
+    std::vector<char> buffer_ = std::vector<char>(std::size_t{64} * 1024);
     std::size_t at_ = 0;
     std::size_t filled_ = 0;
 };
