@@ -89,6 +89,9 @@ if cmake --preset windows >"$logs/windows-configure.log" 2>&1 &&
   WINEPREFIX=$(mktemp -d /tmp/dpl-wine.XXXXXX)
   export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
   wineboot --init >/dev/null 2>&1
+  # Let the new prefix settle: its service manager answers for services it
+  # has just created only once the first start-up is over.
+  wineserver -w
   (cd build/windows/bin && wine ./dpl_tests.exe) >"$logs/windows-test.log" 2>&1
   [[ $? -eq 0 ]] || status=1
   grep -E '^\[  (FAILED|PASSED) ' "$logs/windows-test.log" | tail -20

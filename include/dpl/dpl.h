@@ -646,6 +646,32 @@ DPL_API int32_t dplDeployQvmxCredentials(InstallControlBlock *block);
 /* Fills length-1 characters from the 72-character alphabet and a terminator; 0 or -967. */
 DPL_API int32_t dplGeneratePassword(char *buffer, uint32_t length);
 
+/* Option flag (the block's second flag word): a demonstration instance. */
+#define DPL_OPTION_DEMO 0x1u
+
+/* ---- deployment --------------------------------------------------------------- */
+DPL_API int32_t dplSetInstallOptions(InstallControlBlock *block, uint32_t options); /* DPL_OPTION_ flags */
+DPL_API uint32_t dplGetInstallOptions(InstallControlBlock *block);
+DPL_API int32_t deployInstallation(InstallControlBlock *block);
+DPL_API int32_t dplOpenSysadminInDeploy(InstallControlBlock *block);
+DPL_API int32_t dplCloseSysadminInDeploy(InstallControlBlock *block);
+DPL_API int32_t dplGrantDBAonLocalInstance(InstallControlBlock *block);
+DPL_API int32_t dplDeploySpaces(InstallControlBlock *block);
+DPL_API int32_t dplCreateLog(InstallControlBlock *block, uint32_t kind, const char *space_name,
+                             uint32_t count, const char *size);
+DPL_API int32_t dplDeployLogs(InstallControlBlock *block);
+DPL_API int32_t dplDeployDemoInstance(InstallControlBlock *block);
+DPL_API int32_t dplWinServiceCreate(InstallControlBlock *block, const char *name, const char *display_name,
+                                    const char *description, const char *command_line, const char *account,
+                                    const char *password);
+DPL_API int32_t dplWinServiceDelete(InstallControlBlock *block, const char *name);
+DPL_API int32_t dplDeployWindowsService(InstallControlBlock *block);
+DPL_API int32_t dplStopInstance(InstallControlBlock *block, const char *service_name);
+DPL_API int32_t dplRemoveInstance(InstallControlBlock *block, const char *server_name);
+
+/* ---- instance registry clean-up ---- */
+DPL_API int32_t dplRemoveInstanceRegistry(InstallControlBlock *block, const char *server_name);
+
 /* ---- trace facility ----------------------------------------------------- */
 
 DPL_API uint32_t ht_trace_start(const char *log_name, const char *debug_name, uint32_t severity,

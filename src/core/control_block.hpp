@@ -37,6 +37,8 @@ struct InstallControlBlock {
     dpl::services::ServicesFile services;
     // The installing user and the accounts the product needs.
     dpl::user::UserContext user;
+    // Deployment options (DPL_OPTION_ flags), the block's second flag word.
+    uint32_t options = 0;
 };
 
 namespace dpl::core {

@@ -123,6 +123,31 @@ public:
     bool delete_file(const std::string &path, SysError *error) override {
         return inner_.delete_file(path, error);
     }
+    bool remove_directory(const std::string &path, SysError *error) override {
+        return inner_.remove_directory(path, error);
+    }
+
+    uint32_t sc_open_manager(const std::string &database, ScHandle *out) override {
+        return inner_.sc_open_manager(database, out);
+    }
+    uint32_t sc_open_service(ScHandle manager, const std::string &name, uint32_t access,
+                             ScHandle *out) override {
+        return inner_.sc_open_service(manager, name, access, out);
+    }
+    uint32_t sc_create_service(ScHandle manager, const ServiceDefinition &service, ScHandle *out) override {
+        return inner_.sc_create_service(manager, service, out);
+    }
+    uint32_t sc_set_description(ScHandle service, const std::string &description) override {
+        return inner_.sc_set_description(service, description);
+    }
+    uint32_t sc_delete_service(ScHandle service) override { return inner_.sc_delete_service(service); }
+    uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) override {
+        return inner_.sc_control_stop(service, status);
+    }
+    uint32_t sc_query_status(ScHandle service, ServiceStatus *status) override {
+        return inner_.sc_query_status(service, status);
+    }
+    uint32_t sc_close(ScHandle handle) override { return inner_.sc_close(handle); }
 
     uint32_t account_installing_user(AccountIdentity *out) override {
         return inner_.account_installing_user(out);

@@ -33,6 +33,17 @@ inline constexpr uint32_t kNoMoreItems = 259;
 inline constexpr uint32_t kKeyDeleted = 1018;
 inline constexpr uint32_t kRegistryCorrupt = 1015;
 inline constexpr uint32_t kRegistryIoFailed = 1016;
+// Service manager.
+inline constexpr uint32_t kInvalidName = 123;
+inline constexpr uint32_t kDirNotEmpty = 145;
+inline constexpr uint32_t kServiceRequestTimeout = 1053;
+inline constexpr uint32_t kInvalidServiceAccount = 1057;
+inline constexpr uint32_t kServiceDoesNotExist = 1060;
+inline constexpr uint32_t kServiceCannotAcceptControl = 1061;
+inline constexpr uint32_t kServiceNotActive = 1062;
+inline constexpr uint32_t kDatabaseDoesNotExist = 1065;
+inline constexpr uint32_t kServiceMarkedForDelete = 1072;
+inline constexpr uint32_t kServiceExists = 1073;
 }  // namespace err
 
 // ---- files ---------------------------------------------------------------
@@ -117,6 +128,47 @@ enum class PortProbe {
 };
 
 enum class ServiceQuery { Installed, NotInstalled, ManagerUnavailable };
+
+// ---- service manager ---------------------------------------------------------
+
+// A handle of the service manager or of one service (SC_HANDLE on Windows).
+using ScHandle = std::uintptr_t;
+inline constexpr ScHandle kNoScHandle = 0;
+
+// The name of the manager's database of installed services.
+inline constexpr const char *kServicesActiveDatabase = "ServicesActive";
+
+// Access rights, Windows' numbers.
+namespace scaccess {
+inline constexpr uint32_t kManagerAll = 0xF003F;
+inline constexpr uint32_t kServiceAll = 0xF01FF;
+inline constexpr uint32_t kQueryStatus = 0x0004;
+inline constexpr uint32_t kStop = 0x0020;
+inline constexpr uint32_t kDelete = 0x10000;
+}  // namespace scaccess
+
+// States of a service, Windows' numbers.
+namespace scstate {
+inline constexpr uint32_t kStopped = 1;
+inline constexpr uint32_t kStartPending = 2;
+inline constexpr uint32_t kStopPending = 3;
+inline constexpr uint32_t kRunning = 4;
+}  // namespace scstate
+
+// A service as it is created: a program of its own process, started
+// automatically at boot, with normal error control.
+struct ServiceDefinition {
+    std::string name;
+    std::string display_name;  // empty: the name
+    std::string command_line;
+    std::string account;  // empty: the system account
+    // Not owned; only handed to the system, never kept or logged.
+    const char *password = nullptr;
+};
+
+struct ServiceStatus {
+    uint32_t current_state = 0;  // scstate
+};
 
 // ---- file system and descriptor I/O ---------------------------------------
 
@@ -328,6 +380,24 @@ public:
                                    const std::string &password) = 0;
     // Fills `buffer` from the system's cryptographic generator.
     virtual bool secure_random(void *buffer, std::size_t size) = 0;
+    // Removes an empty directory; never one that holds anything.
+    virtual bool remove_directory(const std::string &path, SysError *error) = 0;
+
+    // ---- service manager ----
+    // Each call answers 0 or the Windows error code of its failure.
+
+    // Opens the manager of this machine with all access; `database` empty
+    // means the default one (kServicesActiveDatabase).
+    virtual uint32_t sc_open_manager(const std::string &database, ScHandle *out) = 0;
+    virtual uint32_t sc_open_service(ScHandle manager, const std::string &name, uint32_t access,
+                                     ScHandle *out) = 0;
+    virtual uint32_t sc_create_service(ScHandle manager, const ServiceDefinition &service, ScHandle *out) = 0;
+    virtual uint32_t sc_set_description(ScHandle service, const std::string &description) = 0;
+    virtual uint32_t sc_delete_service(ScHandle service) = 0;
+    // Sends the stop control; `status` receives the state the service reported.
+    virtual uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) = 0;
+    virtual uint32_t sc_query_status(ScHandle service, ServiceStatus *status) = 0;
+    virtual uint32_t sc_close(ScHandle handle) = 0;
 };
 
 // The backend in force: the native one unless a test installed another.
@@ -354,6 +424,22 @@ public:
 
 private:
     bool ended_ = false;
+};
+
+// Closes a service-manager handle at the end of its scope.
+class ScopedScHandle {
+public:
+    ScopedScHandle() = default;
+    ScopedScHandle(const ScopedScHandle &) = delete;
+    ScopedScHandle &operator=(const ScopedScHandle &) = delete;
+    ~ScopedScHandle() {
+        if (handle_ != kNoScHandle) current().sc_close(handle_);
+    }
+    ScHandle get() const { return handle_; }
+    ScHandle *out() { return &handle_; }
+
+private:
+    ScHandle handle_ = kNoScHandle;
 };
 
 }  // namespace dpl::platform

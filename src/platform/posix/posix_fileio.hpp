@@ -32,5 +32,6 @@ bool set_end_of_file(FileHandle file, SysError *error);
 bool file_size(FileHandle file, uint64_t *size, SysError *error);
 bool close_descriptor(FileHandle file, SysError *error);
 bool delete_file(const std::string &path, SysError *error);
+bool remove_directory(const std::string &path, SysError *error);
 
 }  // namespace dpl::platform::posix

@@ -16,6 +16,7 @@
 #include "platform/posix/posix_fileio.hpp"
 #include "platform/posix/posix_network.hpp"
 #include "platform/posix/posix_registry.hpp"
+#include "platform/posix/posix_services.hpp"
 
 namespace dpl::platform {
 namespace {
@@ -102,7 +103,7 @@ public:
         return posix::probe_tcp_port(port, error);
     }
     ServiceQuery query_service(const std::string &name, uint32_t *error) override {
-        return posix::query_service(machine_root(), name, error);
+        return services_.query_service(name, error);
     }
 
     std::optional<std::string> get_env(const std::string &name) override {
@@ -236,6 +237,35 @@ public:
     bool delete_file(const std::string &path, SysError *error) override {
         return posix::delete_file(path, error);
     }
+    bool remove_directory(const std::string &path, SysError *error) override {
+        return posix::remove_directory(path, error);
+    }
+
+    uint32_t sc_open_manager(const std::string &database, ScHandle *out) override {
+        return services_.open_manager(database, out);
+    }
+    // Access rights are not checked here: every caller may do everything.
+    uint32_t sc_open_service(ScHandle manager, const std::string &name, uint32_t, ScHandle *out) override {
+        return services_.open_service(manager, name, out);
+    }
+    uint32_t sc_create_service(ScHandle manager, const ServiceDefinition &service, ScHandle *out) override {
+        return services_.create_service(manager, service, out);
+    }
+    uint32_t sc_set_description(ScHandle service, const std::string &description) override {
+        return services_.set_description(service, description);
+    }
+    uint32_t sc_delete_service(ScHandle service) override {
+        return services_.delete_service(service);
+    }
+    uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) override {
+        return services_.control_stop(service, status);
+    }
+    uint32_t sc_query_status(ScHandle service, ServiceStatus *status) override {
+        return services_.query_status(service, status);
+    }
+    uint32_t sc_close(ScHandle handle) override {
+        return services_.close(handle);
+    }
 
     // Accounts (posix_accounts.cpp): never in a domain, so there is no
     // controller to find.
@@ -302,6 +332,7 @@ public:
 
 private:
     PosixRegistry registry_;
+    posix::PosixServiceManager services_{registry_};
 };
 
 }  // namespace

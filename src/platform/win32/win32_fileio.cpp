@@ -177,4 +177,9 @@ bool Win32Platform::delete_file(const std::string &path, SysError *error) {
     return true;
 }
 
+bool Win32Platform::remove_directory(const std::string &path, SysError *error) {
+    if (!RemoveDirectoryA(path.c_str())) return fail_last(error);
+    return true;
+}
+
 }  // namespace dpl::platform::win32

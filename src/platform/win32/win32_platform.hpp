@@ -133,6 +133,18 @@ public:
     uint32_t account_logon(const std::string &domain, const std::string &user,
                            const std::string &password) override;
     bool secure_random(void *buffer, std::size_t size) override;
+    bool remove_directory(const std::string &path, SysError *error) override;
+
+    // Service manager (win32_services.cpp).
+    uint32_t sc_open_manager(const std::string &database, ScHandle *out) override;
+    uint32_t sc_open_service(ScHandle manager, const std::string &name, uint32_t access,
+                             ScHandle *out) override;
+    uint32_t sc_create_service(ScHandle manager, const ServiceDefinition &service, ScHandle *out) override;
+    uint32_t sc_set_description(ScHandle service, const std::string &description) override;
+    uint32_t sc_delete_service(ScHandle service) override;
+    uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) override;
+    uint32_t sc_query_status(ScHandle service, ServiceStatus *status) override;
+    uint32_t sc_close(ScHandle handle) override;
 };
 
 }  // namespace dpl::platform::win32
