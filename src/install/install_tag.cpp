@@ -38,7 +38,8 @@ int32_t next_free_tag(int32_t major, int32_t minor) {
     int32_t highest = -1;
     int32_t tag = -1;
     std::string name;
-    for (uint32_t index = 0; os.reg_enum_value(key.get(), index, &name, nullptr) == dpl::platform::err::kOk;
+    dpl::platform::RegValue data;  // not needed, but every backend fills one
+    for (uint32_t index = 0; os.reg_enum_value(key.get(), index, &name, &data) == dpl::platform::err::kOk;
          ++index) {
         ht_debug(9, kInstall, __LINE__, "Value %d is '%s'.", static_cast<int>(index), name.c_str());
         if (!names_install_dir(name)) continue;

@@ -94,10 +94,10 @@ TEST_F(WriteEnv, SecurityKeyOfTheInstallTag) {
     ASSERT_EQ(0, dplWriteEnv(block));
     EXPECT_EQ("InstallNumber=3\nVersion=12.10.FC1\n", sorted(values_of(kInstanceKey)));
     EXPECT_EQ("Environment\nSecurity\nSetup\n", sorted(subkeys_of(kInstanceKey)));
-    EXPECT_EQ(std::string("tag three", 10), value_at(kInstanceKey + "\\Security", "Owner").data);
+    EXPECT_EQ(std::string("tag three") + '\0', value_at(kInstanceKey + "\\Security", "Owner").data);
     EXPECT_TRUE(kDwordSeven == value_at(kInstanceKey + "\\Security", "Mode"));
     EXPECT_TRUE(kDwordFive == value_at(kInstanceKey + "\\Security\\Users", "UIDSeed"));
-    EXPECT_EQ(std::string("informix", 9), value_at(kInstanceKey + "\\Security\\Users", "Admin").data);
+    EXPECT_EQ(std::string("informix") + '\0', value_at(kInstanceKey + "\\Security\\Users", "Admin").data);
     EXPECT_EQ("Deep=yes\n", values_of(kInstanceKey + "\\Security\\Users\\Extra"));
 }
 

@@ -2,16 +2,18 @@
 // network management calls (users and groups, here or at a domain
 // controller), the local security authority (rights) and logon. Names cross
 // the interface as ANSI text and the system as wide text.
+// windows.h (through the backend's header) comes before the API headers.
+#include "platform/win32/win32_platform.hpp"
+// clang-format off
 #include <bcrypt.h>
 #include <dsgetdc.h>
 #include <lm.h>
 #include <ntsecapi.h>
+// clang-format on
 
 #include <mutex>
 #include <optional>
 #include <vector>
-
-#include "platform/win32/win32_platform.hpp"
 
 namespace dpl::platform::win32 {
 namespace {
