@@ -9,18 +9,6 @@
 
 namespace dpl::fuzz {
 
-inline std::vector<std::string_view> split_lines(std::string_view text) {
-    std::vector<std::string_view> lines;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string_view::npos) end = text.size();
-        lines.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return lines;
-}
-
 // Lines that must be written as they were read: short enough to be read
 // whole, without NUL, and blank, a comment, or white space before any '#'.
 // A line after one with a NUL is left out: a piece that begins with NUL is
