@@ -45,6 +45,19 @@ inline std::string read_bytes(const std::string &path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+// Bytes as a file read in text mode gives them on this system: where the
+// line end is CRLF, each CRLF pair is one "\n".
+inline std::string as_text_mode(std::string_view bytes) {
+    if (std::string_view(platform::current().text_line_end()) != "\r\n") return std::string(bytes);
+    std::string text;
+    text.reserve(bytes.size());
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        if (bytes[at] == '\r' && at + 1 < bytes.size() && bytes[at + 1] == '\n') continue;
+        text.push_back(bytes[at]);
+    }
+    return text;
+}
+
 // The lines of a text without their line ends; a last line without one
 // counts too.
 inline std::vector<std::string_view> split_lines(std::string_view text) {

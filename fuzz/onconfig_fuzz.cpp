@@ -114,11 +114,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     check(dplWriteConfig(instance) == DPL_OK);
 
-    const std::string written = read_back(where.output);
+    const std::string written = dpl::fuzz::as_text_mode(read_back(where.output));
+    const std::string as_read = dpl::fuzz::as_text_mode(text);
     const std::vector<std::string_view> output = split_lines(written);
     check(!output.empty() && output.back() == "#fuzz added");
     std::size_t at = 0;
-    for (const std::string_view expected : verbatim_lines(text)) {
+    for (const std::string_view expected : verbatim_lines(as_read)) {
         while (at < output.size() && output[at] != expected) ++at;
         check(at < output.size());
         ++at;
