@@ -4,6 +4,7 @@
 
 #include "config/config_parser.hpp"
 #include "config/config_store.hpp"
+#include "config/config_text.hpp"
 #include "core/control_block.hpp"
 #include "core/text_file.hpp"
 #include "trace/trace.hpp"
@@ -47,7 +48,11 @@ bool choose_server_name(Instance &instance, std::string *name) {
     return false;
 }
 
-void append_entry(const ConfigEntry &entry, std::string *text) {
+}  // namespace
+
+namespace dpl::config {
+
+void append_config_entry(const ConfigEntry &entry, std::string *text) {
     switch (entry.kind) {
         case DPL_CONFIG_BLANK:
             *text += '\n';
@@ -70,7 +75,7 @@ void append_entry(const ConfigEntry &entry, std::string *text) {
     }
 }
 
-}  // namespace
+}  // namespace dpl::config
 
 extern "C" int32_t dplWriteConfig(Instance *pointer) {
     return dpl::trace::traced_call(kInstance, __LINE__, "dplWriteConfig", [&]() -> int32_t {
@@ -102,7 +107,7 @@ extern "C" int32_t dplWriteConfig(Instance *pointer) {
         std::string text;
         for (const ConfigEntry *entry : instance->config.in_sequence_order()) {
             text.clear();
-            append_entry(*entry, &text);
+            dpl::config::append_config_entry(*entry, &text);
             file.write(text);
         }
         if (!file.close()) {

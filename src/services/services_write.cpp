@@ -12,6 +12,7 @@ using dpl::services::ServicesLine;
 using dpl::trace::kServices;
 using dpl::trace::traced_call;
 
+namespace dpl::services {
 namespace {
 
 void pad(std::string &out, uint64_t used, uint64_t width) {
@@ -44,6 +45,8 @@ void render_service(const ServicesFile &file, const ServicesLine &line, std::str
     out += '\n';
 }
 
+}  // namespace
+
 void render_line(const ServicesFile &file, const ServicesLine &line, std::string &out) {
     switch (line.kind) {
         case dpl::services::kBlankLine:
@@ -61,6 +64,12 @@ void render_line(const ServicesFile &file, const ServicesLine &line, std::string
             break;
     }
 }
+
+}  // namespace dpl::services
+
+namespace {
+
+using dpl::services::render_line;
 
 int32_t deploy_file(InstallControlBlock *pointer, const char *path) {
     ServicesFile *file = loaded_services(pointer);
