@@ -106,6 +106,12 @@ public:
     bool close_descriptor(FileHandle file, SysError *error) override;
     bool make_deletable(const std::string &path, SysError *error) override;
     bool delete_file(const std::string &path, SysError *error) override;
+
+    // Whole-file replacement (win32_replace.cpp).
+    bool list_directory(const std::string &path, std::vector<std::string> *names, SysError *error) override;
+    bool process_running(uint32_t process_id) override;
+    bool flush_file(FileHandle file, SysError *error) override;
+    bool replace_file(const std::string &replacement, const std::string &target, SysError *error) override;
 };
 
 }  // namespace dpl::platform::win32
