@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <limits>
+#include <memory>
 
 #include "platform/posix/posix_fileio.hpp"
 
@@ -51,18 +52,20 @@ bool sync_directory(const std::string &path, SysError *error) {
 }  // namespace
 
 bool list_directory(const std::string &path, std::vector<std::string> *names, SysError *error) {
-    DIR *directory = ::opendir(path.c_str());
-    if (directory == nullptr) return fail_with_errno(error);
+    struct CloseDirectory {
+        void operator()(DIR *directory) const { ::closedir(directory); }
+    };
+    // Closed also when a name cannot be stored.
+    const std::unique_ptr<DIR, CloseDirectory> directory(::opendir(path.c_str()));
+    if (!directory) return fail_with_errno(error);
     names->clear();
     errno = 0;
-    while (const dirent *entry = ::readdir(directory)) {
+    while (const dirent *entry = ::readdir(directory.get())) {
         const std::string name = entry->d_name;
         if (name != "." && name != "..") names->push_back(name);
     }
-    const bool complete = errno == 0;
-    if (!complete) fail_with_errno(error);
-    ::closedir(directory);
-    return complete;
+    if (errno != 0) return fail_with_errno(error);
+    return true;
 }
 
 bool process_running(uint32_t process_id) {
