@@ -1,6 +1,8 @@
-// Whole-file replacement on Windows: ReplaceFileA over an existing file (it
-// keeps the old file's attributes and access control), MoveFileExA with
-// write-through where there is none yet.
+// Whole-file replacement on Windows: the old file's access control and
+// attributes are given to the new file, which is then renamed over it with
+// MoveFileExA (write-through, replacing the old one).
+#include <vector>
+
 #include "platform/win32/win32_platform.hpp"
 
 namespace dpl::platform::win32 {
@@ -13,6 +15,20 @@ bool fail_last(SysError *error) {
         error->win32 = code;
     }
     return false;
+}
+
+// The old file's access control goes to its replacement: its owner and group
+// too where the process may set them, else the access list alone.
+void keep_security(const std::string &from, const std::string &to) {
+    constexpr SECURITY_INFORMATION kAll =
+        OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
+    DWORD needed = 0;
+    GetFileSecurityA(from.c_str(), kAll, nullptr, 0, &needed);
+    if (needed == 0) return;
+    std::vector<unsigned char> descriptor(needed);
+    if (!GetFileSecurityA(from.c_str(), kAll, descriptor.data(), needed, &needed)) return;
+    if (SetFileSecurityA(to.c_str(), kAll, descriptor.data())) return;
+    SetFileSecurityA(to.c_str(), DACL_SECURITY_INFORMATION, descriptor.data());
 }
 
 }  // namespace
@@ -59,13 +75,19 @@ bool Win32Platform::flush_file(FileHandle file, SysError *error) {
 }
 
 bool Win32Platform::replace_file(const std::string &replacement, const std::string &target, SysError *error) {
-    if (GetFileAttributesA(target.c_str()) != INVALID_FILE_ATTRIBUTES) {
-        if (!ReplaceFileA(target.c_str(), replacement.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS,
-                          nullptr, nullptr)) {
+    const DWORD attributes = GetFileAttributesA(target.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        keep_security(target, replacement);
+        constexpr DWORD kKept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE |
+                                FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
+        if ((attributes & kKept) != 0 && !SetFileAttributesA(replacement.c_str(), attributes & kKept)) {
             return fail_last(error);
         }
-        return true;
     }
+    // One rename that replaces the old name's file: the file system makes
+    // it in one step, so the name never points at a missing or partial
+    // file. (ReplaceFileA keeps the same things but, under Wine, does it in
+    // several renames with a moment in between where the name is missing.)
     if (!MoveFileExA(replacement.c_str(), target.c_str(),
                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
         return fail_last(error);
