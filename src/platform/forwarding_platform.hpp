@@ -205,6 +205,15 @@ public:
     }
     bool secure_random(void *buffer, std::size_t size) override { return inner_.secure_random(buffer, size); }
 
+    bool list_directory(const std::string &path, std::vector<std::string> *names, SysError *error) override {
+        return inner_.list_directory(path, names, error);
+    }
+    bool process_running(uint32_t process_id) override { return inner_.process_running(process_id); }
+    bool flush_file(FileHandle file, SysError *error) override { return inner_.flush_file(file, error); }
+    bool replace_file(const std::string &replacement, const std::string &target, SysError *error) override {
+        return inner_.replace_file(replacement, target, error);
+    }
+
 protected:
     Platform &inner_;
 };

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "dpl/dpl.h"
 
@@ -398,6 +399,21 @@ public:
     virtual uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) = 0;
     virtual uint32_t sc_query_status(ScHandle service, ServiceStatus *status) = 0;
     virtual uint32_t sc_close(ScHandle handle) = 0;
+    // ---- whole-file replacement ----
+    // A file rewritten whole is written beside the old one and moved over it
+    // in one step, so that a crash leaves either file but never a torn one.
+
+    // The names in a directory, without "." and "..".
+    virtual bool list_directory(const std::string &path, std::vector<std::string> *names,
+                                SysError *error) = 0;
+    // Whether a process with this id runs now (a leftover of a dead one may go).
+    virtual bool process_running(uint32_t process_id) = 0;
+    // Puts what was written to an open file on the device.
+    virtual bool flush_file(FileHandle file, SysError *error) = 0;
+    // Moves `replacement` over `target` in one step, keeping the old file's
+    // attributes, permissions and owner where the process may set them, and
+    // puts the change of name on the device before it returns.
+    virtual bool replace_file(const std::string &replacement, const std::string &target, SysError *error) = 0;
 };
 
 // The backend in force: the native one unless a test installed another.

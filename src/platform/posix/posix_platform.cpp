@@ -330,6 +330,19 @@ public:
         return posix::secure_random(buffer, size);
     }
 
+    bool list_directory(const std::string &path, std::vector<std::string> *names, SysError *error) override {
+        return posix::list_directory(path, names, error);
+    }
+    bool process_running(uint32_t process_id) override {
+        return posix::process_running(process_id);
+    }
+    bool flush_file(FileHandle file, SysError *error) override {
+        return posix::flush_file(file, error);
+    }
+    bool replace_file(const std::string &replacement, const std::string &target, SysError *error) override {
+        return posix::replace_file(replacement, target, error);
+    }
+
 private:
     PosixRegistry registry_;
     posix::PosixServiceManager services_{registry_};

@@ -80,6 +80,13 @@ FileHandle Win32Platform::open_descriptor(const std::string &path, const Descrip
 }
 
 bool Win32Platform::access_path(const std::string &path, bool read, bool write, SysError *error) {
+    // A read-only file refuses writing even to a process whose system user
+    // may write anything (Wine run by the superuser).
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    if (write && attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0 &&
+        (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        return fail(error, ERROR_ACCESS_DENIED);
+    }
     // Backup semantics let a directory be opened too.
     HANDLE handle =
         CreateFileA(path.c_str(), access_of(read, write), FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,

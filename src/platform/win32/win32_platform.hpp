@@ -145,6 +145,11 @@ public:
     uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) override;
     uint32_t sc_query_status(ScHandle service, ServiceStatus *status) override;
     uint32_t sc_close(ScHandle handle) override;
+    // Whole-file replacement (win32_replace.cpp).
+    bool list_directory(const std::string &path, std::vector<std::string> *names, SysError *error) override;
+    bool process_running(uint32_t process_id) override;
+    bool flush_file(FileHandle file, SysError *error) override;
+    bool replace_file(const std::string &replacement, const std::string &target, SysError *error) override;
 };
 
 }  // namespace dpl::platform::win32
