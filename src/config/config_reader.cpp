@@ -4,6 +4,7 @@
 
 #include "config/config_parser.hpp"
 #include "config/config_store.hpp"
+#include "core/control_block.hpp"
 #include "core/text_file.hpp"
 #include "trace/trace.hpp"
 
@@ -75,6 +76,7 @@ extern "C" int32_t dplReadConfig(Instance *instance, const char *path) {
                 if (rc != DPL_OK) return rc;
             }
         }
+        if (Instance *read = dpl::core::as_instance(instance)) read->config_read = true;
         return DPL_OK;
     });
 }
