@@ -61,6 +61,8 @@ std::unique_ptr<InstallControlBlock> build_block(uint32_t mode, int32_t product_
     block->disk_mem_units = DPL_UNITS_KB;
     block->further = 0;
     block->mode = mode;
+    // Machine figures; the processor timing waits until it is first asked for.
+    init_system_info(block.get());
     return block;
 }
 

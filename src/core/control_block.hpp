@@ -10,6 +10,9 @@
 #include "core/instance.hpp"
 #include "dpl/dpl.h"
 #include "services/services_file.hpp"
+#include "storage/file_systems.hpp"
+#include "sysinfo/disk_locations.hpp"
+#include "sysinfo/system_figures.hpp"
 
 namespace dpl::core {
 
@@ -34,6 +37,11 @@ struct InstallControlBlock {
     std::vector<std::unique_ptr<Instance>> instances;
     Instance *current = nullptr;
     dpl::services::ServicesFile services;
+    // Storage planning and machine figures.
+    dpl::storage::FileSystemList file_systems;
+    std::string install_dir;
+    dpl::sysinfo::SystemFigures system;
+    dpl::sysinfo::DiskLocationList disk_locations;
 };
 
 namespace dpl::core {

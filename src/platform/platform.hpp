@@ -147,6 +147,16 @@ struct DescriptorOpen {
 
 enum class SeekFrom { Start, Current, End };
 
+// ---- system figures ---------------------------------------------------------
+
+// The size of a volume in bytes; `available` is what the calling user may
+// still fill (quotas and reserved blocks excluded).
+struct VolumeSpace {
+    uint64_t total = 0;
+    uint64_t free = 0;
+    uint64_t available = 0;
+};
+
 class Platform {
 public:
     Platform() = default;
@@ -248,6 +258,22 @@ public:
     // Clears what would keep a file from being deleted (the read-only attribute).
     virtual bool make_deletable(const std::string &path, SysError *error) = 0;
     virtual bool delete_file(const std::string &path, SysError *error) = 0;
+
+    // ---- system figures ----
+    // The device (drive) number that a status query of `path` reports.
+    virtual bool device_number(const std::string &path, uint32_t *device, SysError *error) = 0;
+    // The volume that holds the existing directory `directory`.
+    virtual bool volume_space(const std::string &directory, VolumeSpace *space, SysError *error) = 0;
+    virtual uint32_t processor_count() = 0;
+    virtual uint64_t physical_memory_bytes() = 0;
+    // The system's own figure of the processor frequency in MHz, if it keeps one.
+    virtual std::optional<uint32_t> processor_mhz() = 0;
+    // A free-running tick count: the processor's time-stamp counter where
+    // there is one, else a monotonic clock.
+    virtual uint64_t ticks() = 0;
+    // The rate of `ticks` when it is a clock of known rate; nothing when it is
+    // the processor's counter, which runs at the processor's frequency.
+    virtual std::optional<int64_t> tick_rate() = 0;
 };
 
 // The backend in force: the native one unless a test installed another.
