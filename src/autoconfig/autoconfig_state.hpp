@@ -18,6 +18,10 @@ inline constexpr int kStatusSlots = 50;
 inline constexpr int kUnknownTypeSlot = 49;
 inline constexpr int kSpaceEntries = 6;
 
+// Stages of the recommendation.
+inline constexpr int32_t kStageCalculated = 2;
+inline constexpr int32_t kStageDefaultsLoaded = 3;
+
 // Initial figures of the settings.
 inline constexpr int32_t kDefaultMaxUsers = 20;
 inline constexpr int32_t kDefaultMaxDsUsers = 5;
