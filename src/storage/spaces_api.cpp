@@ -11,8 +11,6 @@
 namespace dpl::storage {
 namespace {
 
-using trace::kInstance;
-
 bool given(const char *text) {
     return text != nullptr && text[0] != '\0';
 }
@@ -125,18 +123,13 @@ int32_t create_mirror(InstallControlBlock *block, const char *name, const char *
     node->record.offset = size_of(mirror_offset);
     StorageSpace *space = spaces->find(name);
     if (space == nullptr) return DPL_E_NULL_ARGUMENT;
-    switch (space->kind) {
-        case DPL_SPACE_DB:
-        case DPL_SPACE_SB:
-        case DPL_SPACE_BLOB:
-            // A primary not flagged mirrored leaves the mirror without kind and size.
-            if (space->mirrored == 1) {
-                node->record.kind = space->kind;
-                node->record.size = space->size;
-            }
-            break;
-        default:
-            return DPL_E_LOG_SPACE_KIND;
+    const bool base_kind =
+        space->kind == DPL_SPACE_DB || space->kind == DPL_SPACE_SB || space->kind == DPL_SPACE_BLOB;
+    if (!base_kind) return DPL_E_LOG_SPACE_KIND;
+    // A primary not flagged mirrored leaves the mirror without kind and size.
+    if (space->mirrored == 1) {
+        node->record.kind = space->kind;
+        node->record.size = space->size;
     }
     const uint64_t size = node->record.size;
     space->mirror = spaces->keep_mirror(std::move(node));

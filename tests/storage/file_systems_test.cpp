@@ -1,6 +1,5 @@
 // Per-device requirements, the volume figures of real directories and the
 // installation directory.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,7 +10,6 @@
 namespace dpl::test {
 namespace {
 
-using ::testing::HasSubstr;
 using FileSystems = StorageTest;
 
 TEST_F(FileSystems, VolumeFiguresAreTheSystemsOwn) {
@@ -58,8 +56,8 @@ TEST_F(FileSystems, TwoDirectoriesOnOneVolumeGiveOneEntry) {
 
     ASSERT_EQ(DPL_UNITS_MB, dplSetDiskMemUnits(block, "MB"));
     EXPECT_EQ(1, dplGetFileSysRequiredspace(block, first.c_str(), 0));
-    EXPECT_THAT(log(), HasSubstr("Path (" + first + ") has a requirement for 1\n"));
-    EXPECT_THAT(log(), HasSubstr("Found total requirement of 1\n"));
+    EXPECT_PRED2(contains, log(), "Path (" + first + ") has a requirement for 1\n");
+    EXPECT_PRED2(contains, log(), "Found total requirement of 1\n");
 }
 
 TEST_F(FileSystems, RequirementFallsBackToTheRecommendation) {
@@ -82,19 +80,20 @@ TEST_F(FileSystems, RequirementFallsBackToTheRecommendation) {
     EXPECT_EQ(0, dplGetFileSysRequiredspace(block, queried.c_str(), 0));
 
     const std::string root = dir.path().string();
-    EXPECT_THAT(log(), HasSubstr(" p Found total requirement of 0\n"
-                                 " p No path found for dbspace type 0\n"
-                                 " p No path found for dbspace type 1\n"
-                                 " p No path found for dbspace type 2\n"
-                                 " p Comparing subpaths (" +
-                                 root + ") and (" + root +
-                                 ")\n"
-                                 " p Recommendation found for 1536 KB\n"
-                                 " p No path found for dbspace type 4\n"
-                                 " p Could not determine valid subpath for (no-such-dir/chunk) in "
-                                 "dplGetFileSysRequiredspace\n"
-                                 " p Path (" +
-                                 queried + ") has a requirement for 1\n"));
+    EXPECT_PRED2(contains, log(),
+                 " p Found total requirement of 0\n"
+                 " p No path found for dbspace type 0\n"
+                 " p No path found for dbspace type 1\n"
+                 " p No path found for dbspace type 2\n"
+                 " p Comparing subpaths (" +
+                     root + ") and (" + root +
+                     ")\n"
+                     " p Recommendation found for 1536 KB\n"
+                     " p No path found for dbspace type 4\n"
+                     " p Could not determine valid subpath for (no-such-dir/chunk) in "
+                     "dplGetFileSysRequiredspace\n"
+                     " p Path (" +
+                     queried + ") has a requirement for 1\n");
 }
 
 TEST_F(FileSystems, BadInputGetsCodesAndMessages) {
@@ -118,9 +117,10 @@ TEST_F(FileSystems, BadInputGetsCodesAndMessages) {
     }
     EXPECT_EQ(nullptr, dplGetFileSysList(block));
     EXPECT_EQ(nullptr, dplGetFileSysList(fake));
-    EXPECT_THAT(log(), HasSubstr("Null or blank path passed to dplGetFileSysRequiredspace\n"));
-    EXPECT_THAT(log(), HasSubstr("Could not determine valid subpath for (no-such-dir/chunk) in "
-                                 "dplGetFileSysRequiredSpace\n"));
+    EXPECT_PRED2(contains, log(), "Null or blank path passed to dplGetFileSysRequiredspace\n");
+    EXPECT_PRED2(contains, log(),
+                 "Could not determine valid subpath for (no-such-dir/chunk) in "
+                 "dplGetFileSysRequiredSpace\n");
 }
 
 // Counts the device status queries.

@@ -48,6 +48,10 @@ inline std::string StorageTest::subdirectory(const std::string &name) const {
     return path;
 }
 
+inline bool contains(const std::string &text, const std::string &part) {
+    return text.find(part) != std::string::npos;
+}
+
 struct VolumeKb {
     uint64_t total = 0;
     uint64_t available = 0;

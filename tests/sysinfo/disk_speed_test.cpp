@@ -1,5 +1,4 @@
 // Storage locations and the timed disk measurement on real directories.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,7 +15,6 @@
 namespace dpl::test {
 namespace {
 
-using ::testing::HasSubstr;
 using DiskLocations = StorageTest;
 
 std::vector<std::string> paths_of(DiskLocation *location) {
@@ -95,10 +93,10 @@ void measure_with_premeasured(InstallControlBlock *block, const std::string &dir
 TEST_F(DiskSpeed, RealDirectoryIsTimedAndItsScratchFileRemoved) {
     measure_with_premeasured(block, dir.path().string());
     const std::string text = log();
-    EXPECT_THAT(text, HasSubstr("Testing speed fotr disk 'no-such-dir/device'."));
-    EXPECT_THAT(text, HasSubstr("Measuring read speed " + dir.path().string() + "...\n"));
-    EXPECT_THAT(text, HasSubstr("10 MB in "));
-    EXPECT_THAT(text, HasSubstr("Disk rated at: 10 MB in "));
+    EXPECT_PRED2(contains, text, "Testing speed fotr disk 'no-such-dir/device'.");
+    EXPECT_PRED2(contains, text, "Measuring read speed " + dir.path().string() + "...\n");
+    EXPECT_PRED2(contains, text, "10 MB in ");
+    EXPECT_PRED2(contains, text, "Disk rated at: 10 MB in ");
 }
 
 #if !defined(_WIN32)
@@ -136,9 +134,9 @@ TEST_F(DiskSpeed, SlowDeviceStopsTheMeasurement) {
         SlowDisk slow;
         EXPECT_EQ(DPL_E_DISK_SLOW, measure_disk_speed(block));
     }
-    EXPECT_THAT(log(),
-                HasSubstr("Device '" + dir.path().string() + "' too slow.\nUnable to configure system.\n"));
-    EXPECT_THAT(log(), HasSubstr("Received disk error during read speed test r_speed = -976"));
+    EXPECT_PRED2(contains, log(),
+                 "Device '" + dir.path().string() + "' too slow.\nUnable to configure system.\n");
+    EXPECT_PRED2(contains, log(), "Received disk error during read speed test r_speed = -976");
     EXPECT_FALSE(std::filesystem::exists(dir.path() / "mtest"));
 
     const std::string file = dir.file("data");
@@ -152,7 +150,7 @@ TEST_F(DiskSpeed, SlowDeviceStopsTheMeasurement) {
         EXPECT_EQ(DPL_E_DISK_SLOW, test_write_speed(block, &location, fd, 8192, 1));
         EXPECT_EQ(0, test_write_speed(block, &location, fd, 8192, 0));
     }
-    EXPECT_THAT(log(), HasSubstr("Device '" + file + "' too slow. Unable to configure system."));
+    EXPECT_PRED2(contains, log(), "Device '" + file + "' too slow. Unable to configure system.");
     EXPECT_EQ(0, nt_close(fd));
 }
 
@@ -166,8 +164,8 @@ TEST_F(DiskSpeed, BadArgumentsAndIoFailuresGetCodes) {
     EXPECT_EQ(DPL_E_NULL_ARGUMENT, test_read_speed(block, nullptr, 0, 4096, 1));
     EXPECT_EQ(DPL_E_NULL_ARGUMENT, test_write_speed(block, nullptr, 0, 4096, 1));
     // No such descriptor: the first seek fails.
-    EXPECT_EQ(DPL_E_NO_DIRECTORY, test_read_speed(nullptr, &location, -5, 4096, 1));
-    EXPECT_THAT(log(), HasSubstr("Seek failed at pos 0 in read errno = "));
+    EXPECT_EQ(DPL_E_NO_DIRECTORY, test_read_speed(nullptr, &location, 1000000, 4096, 1));
+    EXPECT_PRED2(contains, log(), "Seek failed at pos 0 in read errno = ");
     // A location without a path ends the measurement.
     ASSERT_EQ(0, dplAddDiskLocation(block, dir.path().string().c_str(), 0, 0));
     dplGetDiskLocations(block)->path = nullptr;
