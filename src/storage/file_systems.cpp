@@ -19,12 +19,12 @@ FileSystemEntry *FileSystemList::find_directory(const std::string &directory) {
 }
 
 void FileSystemList::append(std::unique_ptr<FileSystemNode> node) {
-    nodes_.reserve(nodes_.size() + 1);
-    node->record.path = node->path.data();
-    node->record.directory = node->directory.data();
-    node->record.next = nullptr;
-    if (!nodes_.empty()) nodes_.back()->record.next = &node->record;
     nodes_.push_back(std::move(node));
+    FileSystemNode &added = *nodes_.back();
+    added.record.path = added.path.data();
+    added.record.directory = added.directory.data();
+    added.record.next = nullptr;
+    if (nodes_.size() > 1) nodes_[nodes_.size() - 2]->record.next = &added.record;
 }
 
 }  // namespace dpl::storage

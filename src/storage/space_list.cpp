@@ -19,12 +19,20 @@ void SpaceNode::link_texts() {
 }
 
 void SpaceList::append(std::unique_ptr<SpaceNode> node) {
-    spaces_.reserve(spaces_.size() + 1);
-    if (node->name) first_of_name_.emplace(*node->name, &node->record);
-    node->link_texts();
-    node->record.next = nullptr;
-    if (!spaces_.empty()) spaces_.back()->record.next = &node->record;
+    // Nothing is linked until the node is safely in the list.
     spaces_.push_back(std::move(node));
+    SpaceNode &added = *spaces_.back();
+    added.link_texts();
+    added.record.next = nullptr;
+    StorageSpace *previous = spaces_.size() > 1 ? &spaces_[spaces_.size() - 2]->record : nullptr;
+    if (previous != nullptr) previous->next = &added.record;
+    try {
+        if (added.name) first_of_name_.emplace(*added.name, &added.record);
+    } catch (...) {
+        if (previous != nullptr) previous->next = nullptr;
+        spaces_.pop_back();
+        throw;
+    }
 }
 
 StorageSpace *SpaceList::find(const std::string &name) {
@@ -33,9 +41,8 @@ StorageSpace *SpaceList::find(const std::string &name) {
 }
 
 StorageSpace *SpaceList::keep_mirror(std::unique_ptr<SpaceNode> node) {
-    mirrors_.reserve(mirrors_.size() + 1);
-    node->link_texts();
     mirrors_.push_back(std::move(node));
+    mirrors_.back()->link_texts();
     return &mirrors_.back()->record;
 }
 

@@ -18,12 +18,12 @@ bool DiskLocationList::has_device(uint32_t device) const {
 }
 
 DiskLocation &DiskLocationList::append(std::unique_ptr<LocationNode> node) {
-    nodes_.reserve(nodes_.size() + 1);
-    node->record.path = node->path.data();
-    node->record.next = nullptr;
-    if (!nodes_.empty()) nodes_.back()->record.next = &node->record;
     nodes_.push_back(std::move(node));
-    return nodes_.back()->record;
+    LocationNode &added = *nodes_.back();
+    added.record.path = added.path.data();
+    added.record.next = nullptr;
+    if (nodes_.size() > 1) nodes_[nodes_.size() - 2]->record.next = &added.record;
+    return added.record;
 }
 
 int32_t add_directory_location(InstallControlBlock &block, const std::string &path) {
