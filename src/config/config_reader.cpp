@@ -5,6 +5,7 @@
 #include "config/config_parser.hpp"
 #include "config/config_store.hpp"
 #include "config/config_text.hpp"
+#include "core/control_block.hpp"
 #include "core/text_file.hpp"
 #include "trace/trace.hpp"
 
@@ -77,6 +78,11 @@ extern "C" int32_t dplReadConfig(Instance *instance, const char *path) {
         uint32_t error = 0;
         // -952 is the code for a file that cannot be opened, read or write.
         if (!dpl::core::read_text_file(path, &content, &error)) return DPL_E_OPEN_WRITE;
-        return dpl::config::read_config_text(dpl::config::table_of(instance), content, path);
+        const int32_t rc = dpl::config::read_config_text(dpl::config::table_of(instance), content, path);
+        // What automatic configuration requires before it writes parameters.
+        if (rc == DPL_OK) {
+            if (Instance *read = dpl::core::as_instance(instance)) read->config_read = true;
+        }
+        return rc;
     });
 }

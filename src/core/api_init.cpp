@@ -71,6 +71,8 @@ std::unique_ptr<InstallControlBlock> build_block(uint32_t mode, int32_t product_
 
     // The installing user's context; without it nothing can be deployed.
     if (initDplUser(block.get()) != DPL_OK) return nullptr;
+    // Machine figures; the processor timing waits until it is first asked for.
+    init_system_info(block.get());
     return block;
 }
 

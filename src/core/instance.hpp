@@ -7,10 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "autoconfig/autoconfig_state.hpp"
 #include "config/config_table.hpp"
 #include "connections/alias_index.hpp"
 #include "core/connection_list.hpp"
 #include "dpl/dpl.h"
+#include "storage/space_list.hpp"
 
 namespace dpl::core {
 
@@ -32,6 +34,12 @@ struct Instance {
     dpl::connections::AliasIndex server_alias_index;  // over DBSERVERALIASES
     uint32_t sqlhosts_location = DPL_SQLHOSTS_FILE;
     std::string remote_machine;
+    // The storage spaces planned for this instance.
+    dpl::storage::SpaceList spaces;
+    // Automatic configuration: the caller's limits and the calculated figures.
+    dpl::autoconfig::State autoconfig;
+    // dplReadConfig has succeeded on this instance.
+    bool config_read = false;
 };
 
 namespace dpl::core {

@@ -214,6 +214,18 @@ public:
         return inner_.replace_file(replacement, target, error);
     }
 
+    bool device_number(const std::string &path, uint32_t *device, SysError *error) override {
+        return inner_.device_number(path, device, error);
+    }
+    bool volume_space(const std::string &directory, VolumeSpace *space, SysError *error) override {
+        return inner_.volume_space(directory, space, error);
+    }
+    uint32_t processor_count() override { return inner_.processor_count(); }
+    uint64_t physical_memory_bytes() override { return inner_.physical_memory_bytes(); }
+    std::optional<uint32_t> processor_mhz() override { return inner_.processor_mhz(); }
+    uint64_t ticks() override { return inner_.ticks(); }
+    std::optional<int64_t> tick_rate() override { return inner_.tick_rate(); }
+
 protected:
     Platform &inner_;
 };

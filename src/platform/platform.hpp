@@ -241,6 +241,16 @@ struct NewUser {
     uint32_t flags = 0;
 };
 
+// ---- system figures ---------------------------------------------------------
+
+// The size of a volume in bytes; `available` is what the calling user may
+// still fill (quotas and reserved blocks excluded).
+struct VolumeSpace {
+    uint64_t total = 0;
+    uint64_t free = 0;
+    uint64_t available = 0;
+};
+
 class Platform {
 public:
     Platform() = default;
@@ -414,6 +424,22 @@ public:
     // attributes, permissions and owner where the process may set them, and
     // puts the change of name on the device before it returns.
     virtual bool replace_file(const std::string &replacement, const std::string &target, SysError *error) = 0;
+
+    // ---- system figures ----
+    // The device (drive) number that a status query of `path` reports.
+    virtual bool device_number(const std::string &path, uint32_t *device, SysError *error) = 0;
+    // The volume that holds the existing directory `directory`.
+    virtual bool volume_space(const std::string &directory, VolumeSpace *space, SysError *error) = 0;
+    virtual uint32_t processor_count() = 0;
+    virtual uint64_t physical_memory_bytes() = 0;
+    // The system's own figure of the processor frequency in MHz, if it keeps one.
+    virtual std::optional<uint32_t> processor_mhz() = 0;
+    // A free-running tick count: the processor's time-stamp counter where
+    // there is one, else a monotonic clock.
+    virtual uint64_t ticks() = 0;
+    // The rate of `ticks` when it is a clock of known rate; nothing when it is
+    // the processor's counter, which runs at the processor's frequency.
+    virtual std::optional<int64_t> tick_rate() = 0;
 };
 
 // The backend in force: the native one unless a test installed another.

@@ -17,6 +17,7 @@
 #include "platform/posix/posix_network.hpp"
 #include "platform/posix/posix_registry.hpp"
 #include "platform/posix/posix_services.hpp"
+#include "platform/posix/posix_system.hpp"
 
 namespace dpl::platform {
 namespace {
@@ -341,6 +342,28 @@ public:
     }
     bool replace_file(const std::string &replacement, const std::string &target, SysError *error) override {
         return posix::replace_file(replacement, target, error);
+    }
+
+    bool device_number(const std::string &path, uint32_t *device, SysError *error) override {
+        return posix::device_number(path, device, error);
+    }
+    bool volume_space(const std::string &directory, VolumeSpace *space, SysError *error) override {
+        return posix::volume_space(directory, space, error);
+    }
+    uint32_t processor_count() override {
+        return posix::processor_count();
+    }
+    uint64_t physical_memory_bytes() override {
+        return posix::physical_memory_bytes();
+    }
+    std::optional<uint32_t> processor_mhz() override {
+        return posix::processor_mhz();
+    }
+    uint64_t ticks() override {
+        return posix::ticks();
+    }
+    std::optional<int64_t> tick_rate() override {
+        return posix::tick_rate();
     }
 
 private:

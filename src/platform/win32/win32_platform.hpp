@@ -150,6 +150,14 @@ public:
     bool process_running(uint32_t process_id) override;
     bool flush_file(FileHandle file, SysError *error) override;
     bool replace_file(const std::string &replacement, const std::string &target, SysError *error) override;
+    // System figures (win32_system.cpp).
+    bool device_number(const std::string &path, uint32_t *device, SysError *error) override;
+    bool volume_space(const std::string &directory, VolumeSpace *space, SysError *error) override;
+    uint32_t processor_count() override;
+    uint64_t physical_memory_bytes() override;
+    std::optional<uint32_t> processor_mhz() override;
+    uint64_t ticks() override;
+    std::optional<int64_t> tick_rate() override;
 };
 
 }  // namespace dpl::platform::win32
