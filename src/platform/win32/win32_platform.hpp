@@ -106,6 +106,15 @@ public:
     bool close_descriptor(FileHandle file, SysError *error) override;
     bool make_deletable(const std::string &path, SysError *error) override;
     bool delete_file(const std::string &path, SysError *error) override;
+
+    // Running-instance markers (win32_markers.cpp); command processor and
+    // program groups (win32_shell.cpp).
+    bool instance_marker_exists(const std::string &name) override;
+    bool create_instance_marker(const std::string &name) override;
+    bool release_instance_marker(const std::string &name) override;
+    bool run_command(const std::string &command, uint32_t *exit_status, SysError *error) override;
+    std::optional<std::string> common_programs_folder() override;
+    bool remove_directory_tree(const std::string &path, SysError *error) override;
 };
 
 }  // namespace dpl::platform::win32
