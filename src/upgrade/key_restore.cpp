@@ -10,7 +10,6 @@
 #include "upgrade/upgrade_keys.hpp"
 
 using dpl::platform::RegView;
-using dpl::platform::err::kNoMoreItems;
 using dpl::platform::err::kOk;
 using dpl::trace::kInstall;
 

@@ -2,7 +2,7 @@
 
 #include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
+#include <unistd.h>  // environ
 
 #include <cerrno>
 #include <filesystem>
@@ -10,8 +10,6 @@
 #include <vector>
 
 #include "platform/posix/posix_fileio.hpp"
-
-extern char **environ;
 
 namespace dpl::platform::posix {
 namespace {
