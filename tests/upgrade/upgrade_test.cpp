@@ -54,6 +54,7 @@ protected:
                           const std::string &uninstall_string) {
         const std::string dbms = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Orvandex\\DBMS\\" + version;
         const std::string records = "[HKEY_LOCAL_MACHINE\\" + kUninstall + "\\";
+        delete_key("SOFTWARE\\Orvandex");  // an import adds to what the registry holds
         std::string upper = dir("old");
         for (char &c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
         import_registry(kHeader + dbms + "]\r\n\"Install_Dir\"=" + reg_text(dir("old")) + "\r\n\r\n" + dbms +
