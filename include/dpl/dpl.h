@@ -93,6 +93,10 @@ extern "C" {
 #define DPL_E_UNKNOWEN_USER_PROPERTY (-999)
 #define DPL_E_NOMEM (-1000)
 
+/* status codes */
+#define DPL_E_NO_UNINSTALL (-941)
+#define DPL_E_PRODUCT_KIND (-994)
+
 /* The first 32 bits of a control block. */
 #define DPL_BLOCK_MAGIC 0x5844504Cu
 /* The first 32 bits of an instance. */
@@ -597,6 +601,26 @@ DPL_API int32_t dplGetInstalledVersion(InstallControlBlock *block, int32_t produ
 DPL_API char **parseAliases(InstallControlBlock *block, const char *server_name, const char *aliases,
                             int32_t *count_out); /* dplFreeNameList */
 DPL_API void dplFreeNameList(char **names, int32_t count);
+
+/* ---- installation registry: clean-up, discovery, removal, upgrade -------------- */
+DPL_API int32_t instance_event_exists(const char *server_name);
+DPL_API int32_t dplCheckforInstance(InstallControlBlock *block, const char *server_name);
+DPL_API char **get_instance_names(InstallControlBlock *block, int32_t *count_out); /* dplFreeNameList */
+DPL_API int32_t dplCreateServerNum(InstallControlBlock *block);
+/* Marks the named instance as running (the event a running server holds) until
+   dplReleaseInstanceMarker or the end of the process; 0 or -1. */
+DPL_API int32_t dplCreateInstanceMarker(const char *server_name);
+DPL_API int32_t dplReleaseInstanceMarker(const char *server_name);
+DPL_API int32_t dplStopInstallationInstances(InstallControlBlock *block, const char *install_dir);
+DPL_API int32_t dplRemoveInstallationInstances(InstallControlBlock *block, const char *install_dir);
+DPL_API int32_t dplUpgradeUninstallProd(InstallControlBlock *block, int32_t product_kind,
+                                        const char *install_dir, const char *setup_dir);
+DPL_API int32_t dplRemoveNQR10OlderShortcutGroup(InstallControlBlock *block, const char *install_dir,
+                                                 int32_t major, int32_t minor);
+DPL_API int32_t dplRemoveNQR10OlderRegKeys(InstallControlBlock *block, const char *install_dir, int32_t major,
+                                           int32_t minor);
+DPL_API int32_t dplRestoreSecKey(InstallControlBlock *block, const char *install_dir);
+DPL_API int32_t dplUpdateInstanceKeys(InstallControlBlock *block);
 
 /* ---- environment files, registry environment, listener file ------------------ */
 #define DPL_PROFILE_CSH 1

@@ -226,6 +226,23 @@ public:
     uint64_t ticks() override { return inner_.ticks(); }
     std::optional<int64_t> tick_rate() override { return inner_.tick_rate(); }
 
+    bool instance_marker_exists(const std::string &name) override {
+        return inner_.instance_marker_exists(name);
+    }
+    bool create_instance_marker(const std::string &name) override {
+        return inner_.create_instance_marker(name);
+    }
+    bool release_instance_marker(const std::string &name) override {
+        return inner_.release_instance_marker(name);
+    }
+    bool run_command(const std::string &command, uint32_t *exit_status, SysError *error) override {
+        return inner_.run_command(command, exit_status, error);
+    }
+    std::optional<std::string> common_programs_folder() override { return inner_.common_programs_folder(); }
+    bool remove_directory_tree(const std::string &path, SysError *error) override {
+        return inner_.remove_directory_tree(path, error);
+    }
+
 protected:
     Platform &inner_;
 };

@@ -440,6 +440,24 @@ public:
     // The rate of `ticks` when it is a clock of known rate; nothing when it is
     // the processor's counter, which runs at the processor's frequency.
     virtual std::optional<int64_t> tick_rate() = 0;
+    // ---- running-instance markers, command processor, program groups ----
+
+    // Whether a live process holds the named marker of a running instance
+    // (the named event on Windows, a held lock file elsewhere).
+    virtual bool instance_marker_exists(const std::string &name) = 0;
+    // Holds the named marker for this process until it is released or the
+    // process ends. A marker that another process holds also stands.
+    virtual bool create_instance_marker(const std::string &name) = 0;
+    // False when this process does not hold that marker.
+    virtual bool release_instance_marker(const std::string &name) = 0;
+    // Hands `command` whole to the system's command processor (cmd.exe on
+    // Windows, /bin/sh elsewhere) and waits for it. False when it could not
+    // be started (`error` says why); otherwise `exit_status` is its status.
+    virtual bool run_command(const std::string &command, uint32_t *exit_status, SysError *error) = 0;
+    // The all-users Start menu's Programs folder, or nothing.
+    virtual std::optional<std::string> common_programs_folder() = 0;
+    // Removes a directory with everything below it.
+    virtual bool remove_directory_tree(const std::string &path, SysError *error) = 0;
 };
 
 // The backend in force: the native one unless a test installed another.

@@ -14,10 +14,12 @@
 #include "platform/platform.hpp"
 #include "platform/posix/posix_accounts.hpp"
 #include "platform/posix/posix_fileio.hpp"
+#include "platform/posix/posix_markers.hpp"
 #include "platform/posix/posix_network.hpp"
 #include "platform/posix/posix_registry.hpp"
 #include "platform/posix/posix_services.hpp"
 #include "platform/posix/posix_system.hpp"
+#include "platform/posix/posix_shell.hpp"
 
 namespace dpl::platform {
 namespace {
@@ -366,9 +368,31 @@ public:
         return posix::tick_rate();
     }
 
+    bool instance_marker_exists(const std::string &name) override {
+        return markers_.exists(machine_root(), name);
+    }
+    bool create_instance_marker(const std::string &name) override {
+        return markers_.create(machine_root(), name);
+    }
+    bool release_instance_marker(const std::string &name) override {
+        return markers_.release(name);
+    }
+    bool run_command(const std::string &command, uint32_t *exit_status, SysError *error) override {
+        return posix::run_command(command, exit_status, error);
+    }
+    // The all-users program groups live in the machine root.
+    std::optional<std::string> common_programs_folder() override {
+        const std::string root = machine_root();
+        return (root == "/" ? std::string() : root) + "/var/lib/dpl/programs";
+    }
+    bool remove_directory_tree(const std::string &path, SysError *error) override {
+        return posix::remove_directory_tree(path, error);
+    }
+
 private:
     PosixRegistry registry_;
     posix::PosixServiceManager services_{registry_};
+    posix::InstanceMarkers markers_;
 };
 
 }  // namespace

@@ -158,6 +158,14 @@ public:
     std::optional<uint32_t> processor_mhz() override;
     uint64_t ticks() override;
     std::optional<int64_t> tick_rate() override;
+    // Running-instance markers (win32_markers.cpp); command processor and
+    // program groups (win32_shell.cpp).
+    bool instance_marker_exists(const std::string &name) override;
+    bool create_instance_marker(const std::string &name) override;
+    bool release_instance_marker(const std::string &name) override;
+    bool run_command(const std::string &command, uint32_t *exit_status, SysError *error) override;
+    std::optional<std::string> common_programs_folder() override;
+    bool remove_directory_tree(const std::string &path, SysError *error) override;
 };
 
 }  // namespace dpl::platform::win32
