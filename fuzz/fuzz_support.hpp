@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "platform/forwarding_platform.hpp"
 
@@ -41,6 +43,33 @@ inline void write_bytes(const std::string &path, const uint8_t *data, std::size_
 inline std::string read_bytes(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// Bytes as a file read in text mode gives them on this system: where the
+// line end is CRLF, each CRLF pair is one "\n".
+inline std::string as_text_mode(std::string_view bytes) {
+    if (std::string_view(platform::current().text_line_end()) != "\r\n") return std::string(bytes);
+    std::string text;
+    text.reserve(bytes.size());
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        if (bytes[at] == '\r' && at + 1 < bytes.size() && bytes[at + 1] == '\n') continue;
+        text.push_back(bytes[at]);
+    }
+    return text;
+}
+
+// The lines of a text without their line ends; a last line without one
+// counts too.
+inline std::vector<std::string_view> split_lines(std::string_view text) {
+    std::vector<std::string_view> lines;
+    std::size_t start = 0;
+    while (start < text.size()) {
+        std::size_t end = text.find('\n', start);
+        if (end == std::string_view::npos) end = text.size();
+        lines.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return lines;
 }
 
 class EveryHostResolves : public platform::ForwardingPlatform {

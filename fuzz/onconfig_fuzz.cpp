@@ -17,6 +17,7 @@
 #include "core/instance.hpp"
 #include "dpl/dpl.h"
 #include "fuzz_support.hpp"
+#include "onconfig_oracle.hpp"
 
 namespace {
 
@@ -44,44 +45,8 @@ const Place &place() {
 
 using dpl::fuzz::check;
 using dpl::fuzz::is_space;
-
-std::vector<std::string_view> split_lines(std::string_view text) {
-    std::vector<std::string_view> lines;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string_view::npos) end = text.size();
-        lines.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return lines;
-}
-
-// Lines that must be written as they were read: short enough to be read
-// whole, without NUL, and blank, a comment, or white space before any '#'.
-// A line after one with a NUL is left out: a piece that begins with NUL is
-// dropped, which can join the lines around it.
-std::vector<std::string_view> verbatim_lines(std::string_view text) {
-    std::vector<std::string_view> kept;
-    bool after_nul = false;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        const bool has_end = end != std::string_view::npos;
-        if (!has_end) end = text.size();
-        const std::string_view line = text.substr(start, end - start);
-        const bool nul = line.find('\0') != std::string_view::npos;
-        const std::size_t limit = has_end ? 253 : 254;
-        if (!nul && !after_nul && line.size() <= limit) {
-            std::size_t at = 0;
-            while (at < line.size() && line[at] != '#' && is_space(line[at])) ++at;
-            if (at == line.size() || line[at] == '#') kept.push_back(line);
-        }
-        after_nul = nul;
-        start = end + 1;
-    }
-    return kept;
-}
+using dpl::fuzz::split_lines;
+using dpl::fuzz::verbatim_lines;
 
 std::string first_word(std::string_view line) {
     std::size_t at = 0;
@@ -149,11 +114,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     check(dplWriteConfig(instance) == DPL_OK);
 
-    const std::string written = read_back(where.output);
+    const std::string written = dpl::fuzz::as_text_mode(read_back(where.output));
+    const std::string as_read = dpl::fuzz::as_text_mode(text);
     const std::vector<std::string_view> output = split_lines(written);
     check(!output.empty() && output.back() == "#fuzz added");
     std::size_t at = 0;
-    for (const std::string_view expected : verbatim_lines(text)) {
+    for (const std::string_view expected : verbatim_lines(as_read)) {
         while (at < output.size() && output[at] != expected) ++at;
         check(at < output.size());
         ++at;

@@ -42,8 +42,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     dplSetEnvironment(block, "ORVANDEXSQLHOSTS", out.c_str());
     const int32_t written = dplWriteConnection(block);
     if (read == 0 && written == 0) {
-        const std::string input(reinterpret_cast<const char *>(data), size);
-        const std::string output = dpl::fuzz::read_bytes(out);
+        const std::string input =
+            dpl::fuzz::as_text_mode(std::string_view(reinterpret_cast<const char *>(data), size));
+        const std::string output = dpl::fuzz::as_text_mode(dpl::fuzz::read_bytes(out));
         // Every comment of the input is in the output, in order.
         std::size_t from = 0;
         for (const std::string &comment : comment_pieces(input)) {

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake make g++ googletest libgtest-dev libbenchmark-dev clang libclang-rt-14-dev
-          g++-mingw-w64-x86-64-posix wine wine64 clang-format valgrind)
+          g++-mingw-w64-x86-64-posix wine wine64 clang-format valgrind libcrypt-dev)
 missing=()
 for package in "${packages[@]}"; do
   dpkg -s "$package" >/dev/null 2>&1 || missing+=("$package")

@@ -93,6 +93,10 @@ extern "C" {
 #define DPL_E_UNKNOWEN_USER_PROPERTY (-999)
 #define DPL_E_NOMEM (-1000)
 
+/* status codes */
+#define DPL_E_NO_UNINSTALL (-941)
+#define DPL_E_PRODUCT_KIND (-994)
+
 /* The first 32 bits of a control block. */
 #define DPL_BLOCK_MAGIC 0x5844504Cu
 /* The first 32 bits of an instance. */
@@ -598,6 +602,26 @@ DPL_API char **parseAliases(InstallControlBlock *block, const char *server_name,
                             int32_t *count_out); /* dplFreeNameList */
 DPL_API void dplFreeNameList(char **names, int32_t count);
 
+/* ---- installation registry: clean-up, discovery, removal, upgrade -------------- */
+DPL_API int32_t instance_event_exists(const char *server_name);
+DPL_API int32_t dplCheckforInstance(InstallControlBlock *block, const char *server_name);
+DPL_API char **get_instance_names(InstallControlBlock *block, int32_t *count_out); /* dplFreeNameList */
+DPL_API int32_t dplCreateServerNum(InstallControlBlock *block);
+/* Marks the named instance as running (the event a running server holds) until
+   dplReleaseInstanceMarker or the end of the process; 0 or -1. */
+DPL_API int32_t dplCreateInstanceMarker(const char *server_name);
+DPL_API int32_t dplReleaseInstanceMarker(const char *server_name);
+DPL_API int32_t dplStopInstallationInstances(InstallControlBlock *block, const char *install_dir);
+DPL_API int32_t dplRemoveInstallationInstances(InstallControlBlock *block, const char *install_dir);
+DPL_API int32_t dplUpgradeUninstallProd(InstallControlBlock *block, int32_t product_kind,
+                                        const char *install_dir, const char *setup_dir);
+DPL_API int32_t dplRemoveNQR10OlderShortcutGroup(InstallControlBlock *block, const char *install_dir,
+                                                 int32_t major, int32_t minor);
+DPL_API int32_t dplRemoveNQR10OlderRegKeys(InstallControlBlock *block, const char *install_dir, int32_t major,
+                                           int32_t minor);
+DPL_API int32_t dplRestoreSecKey(InstallControlBlock *block, const char *install_dir);
+DPL_API int32_t dplUpdateInstanceKeys(InstallControlBlock *block);
+
 /* ---- environment files, registry environment, listener file ------------------ */
 #define DPL_PROFILE_CSH 1
 #define DPL_PROFILE_KSH 2
@@ -645,6 +669,32 @@ DPL_API int32_t dplChangeGroupRequired(InstallControlBlock *block, int32_t kind,
 DPL_API int32_t dplDeployQvmxCredentials(InstallControlBlock *block);
 /* Fills length-1 characters from the 72-character alphabet and a terminator; 0 or -967. */
 DPL_API int32_t dplGeneratePassword(char *buffer, uint32_t length);
+
+/* Option flag (the block's second flag word): a demonstration instance. */
+#define DPL_OPTION_DEMO 0x1u
+
+/* ---- deployment --------------------------------------------------------------- */
+DPL_API int32_t dplSetInstallOptions(InstallControlBlock *block, uint32_t options); /* DPL_OPTION_ flags */
+DPL_API uint32_t dplGetInstallOptions(InstallControlBlock *block);
+DPL_API int32_t deployInstallation(InstallControlBlock *block);
+DPL_API int32_t dplOpenSysadminInDeploy(InstallControlBlock *block);
+DPL_API int32_t dplCloseSysadminInDeploy(InstallControlBlock *block);
+DPL_API int32_t dplGrantDBAonLocalInstance(InstallControlBlock *block);
+DPL_API int32_t dplDeploySpaces(InstallControlBlock *block);
+DPL_API int32_t dplCreateLog(InstallControlBlock *block, uint32_t kind, const char *space_name,
+                             uint32_t count, const char *size);
+DPL_API int32_t dplDeployLogs(InstallControlBlock *block);
+DPL_API int32_t dplDeployDemoInstance(InstallControlBlock *block);
+DPL_API int32_t dplWinServiceCreate(InstallControlBlock *block, const char *name, const char *display_name,
+                                    const char *description, const char *command_line, const char *account,
+                                    const char *password);
+DPL_API int32_t dplWinServiceDelete(InstallControlBlock *block, const char *name);
+DPL_API int32_t dplDeployWindowsService(InstallControlBlock *block);
+DPL_API int32_t dplStopInstance(InstallControlBlock *block, const char *service_name);
+DPL_API int32_t dplRemoveInstance(InstallControlBlock *block, const char *server_name);
+
+/* ---- instance registry clean-up ---- */
+DPL_API int32_t dplRemoveInstanceRegistry(InstallControlBlock *block, const char *server_name);
 
 /* ---- trace facility ----------------------------------------------------- */
 

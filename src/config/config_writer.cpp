@@ -4,8 +4,9 @@
 
 #include "config/config_parser.hpp"
 #include "config/config_store.hpp"
+#include "config/config_text.hpp"
 #include "core/control_block.hpp"
-#include "core/text_file.hpp"
+#include "core/replacement_file.hpp"
 #include "trace/trace.hpp"
 
 namespace {
@@ -47,7 +48,11 @@ bool choose_server_name(Instance &instance, std::string *name) {
     return false;
 }
 
-void append_entry(const ConfigEntry &entry, std::string *text) {
+}  // namespace
+
+namespace dpl::config {
+
+void append_config_entry(const ConfigEntry &entry, std::string *text) {
     switch (entry.kind) {
         case DPL_CONFIG_BLANK:
             *text += '\n';
@@ -70,7 +75,7 @@ void append_entry(const ConfigEntry &entry, std::string *text) {
     }
 }
 
-}  // namespace
+}  // namespace dpl::config
 
 extern "C" int32_t dplWriteConfig(Instance *pointer) {
     return dpl::trace::traced_call(kInstance, __LINE__, "dplWriteConfig", [&]() -> int32_t {
@@ -96,16 +101,16 @@ extern "C" int32_t dplWriteConfig(Instance *pointer) {
         }
         const std::string path = home->value + kSeparator + "etc" + kSeparator + file_name;
 
-        dpl::core::TextFileWriter file;
+        dpl::core::ReplacementFile file;
         uint32_t error = 0;
         if (!file.open(path, &error)) return DPL_E_OPEN_WRITE;
         std::string text;
         for (const ConfigEntry *entry : instance->config.in_sequence_order()) {
             text.clear();
-            append_entry(*entry, &text);
-            file.write(text);
+            dpl::config::append_config_entry(*entry, &text);
+            if (!file.write(text)) break;
         }
-        if (!file.close()) {
+        if (!file.commit()) {
             ht_debug(5, kInstance, __LINE__, "Failed to write the onconfig file %s\n", path.c_str());
             return DPL_E_FAIL;
         }

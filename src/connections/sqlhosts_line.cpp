@@ -29,6 +29,21 @@ SqlhostsFields split_sqlhosts_line(std::string_view line) {
     return fields;
 }
 
+bool SqlhostsLines::next(SqlhostsLine *line) {
+    std::string_view piece;
+    if (!pieces_.next(&piece)) return false;
+    line->text = piece;
+    if (piece.empty() || piece[0] == '\n' || piece[0] == '\r') {
+        line->kind = SqlhostsLineKind::kSkipped;
+    } else if (piece[0] == '#') {
+        line->kind = SqlhostsLineKind::kComment;
+    } else {
+        line->kind = SqlhostsLineKind::kConnection;
+        line->fields = split_sqlhosts_line(piece);
+    }
+    return true;
+}
+
 const std::string &sqlhosts_key() {
     static const std::string key = "SOFTWARE\\Orvandex\\SQLHOSTS";
     return key;

@@ -13,8 +13,6 @@ namespace {
 
 using dpl::trace::kInstance;
 
-constexpr std::size_t kLinePiece = 1024;  // lines arrive in pieces of 1023 characters
-
 int32_t read_file(InstallControlBlock *block, const char *path) {
     if (path == nullptr) return DPL_E_NULL_ARGUMENT;
     std::string content;
@@ -24,16 +22,17 @@ int32_t read_file(InstallControlBlock *block, const char *path) {
                  static_cast<int>(error));
         return DPL_E_OPEN_READ;
     }
-    dpl::core::LinePieces pieces(content, kLinePiece);
-    std::string_view piece;
-    while (pieces.next(&piece)) {
-        if (piece.empty() || piece[0] == '\n' || piece[0] == '\r') continue;
-        if (piece[0] == '#') {
-            const int32_t stored = dpl::core::store_comment(block->current, std::string(piece).c_str());
+    using dpl::connections::SqlhostsLineKind;
+    dpl::connections::SqlhostsLines lines(content);
+    dpl::connections::SqlhostsLine line;
+    while (lines.next(&line)) {
+        if (line.kind == SqlhostsLineKind::kSkipped) continue;
+        if (line.kind == SqlhostsLineKind::kComment) {
+            const int32_t stored = dpl::core::store_comment(block->current, std::string(line.text).c_str());
             if (stored != DPL_OK) return stored;
             continue;
         }
-        const dpl::connections::SqlhostsFields fields = dpl::connections::split_sqlhosts_line(piece);
+        const dpl::connections::SqlhostsFields &fields = line.fields;
         const uint32_t protocol = dplMapStringtoProtocol(fields.protocol.c_str());
         if (protocol == 0) {
             ht_debug(5, kInstance, __LINE__, "Failed to map protocol (%s) for (%s)\n",

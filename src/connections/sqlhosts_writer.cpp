@@ -9,7 +9,7 @@
 
 #include "connections/sqlhosts_line.hpp"
 #include "core/control_block.hpp"
-#include "core/text_file.hpp"
+#include "core/replacement_file.hpp"
 #include "registry/registry_key.hpp"
 #include "trace/trace.hpp"
 
@@ -70,10 +70,18 @@ public:
         : block_(block), instance_(instance), file_mode_(instance.sqlhosts_location == DPL_SQLHOSTS_FILE) {}
 
     int32_t run() {
-        if (file_mode_) {
-            uint32_t error = 0;
-            if (!file_.open(sqlhosts_file_name(instance_), &error)) return DPL_E_OPEN_WRITE;
-        }
+        if (!file_mode_) return write_entries();
+        uint32_t error = 0;
+        if (!file_.open(sqlhosts_file_name(instance_), &error)) return DPL_E_OPEN_WRITE;
+        const int32_t rc = write_entries();
+        // A walk stopped by a failure keeps what it wrote before it: that
+        // part of the file is moved into place too, whole.
+        if (!file_.commit() && rc == DPL_OK) return DPL_E_OPEN_WRITE;
+        return rc;
+    }
+
+private:
+    int32_t write_entries() {
         for (Connection *entry = instance_.connections.head(); entry != nullptr; entry = entry->next) {
             if (entry->kind == DPL_CONNECTION_BLANK) {
                 if (file_mode_) file_.write("\n");
@@ -88,11 +96,9 @@ public:
             if (registry_batch_->end() != kOk) return DPL_E_FAIL;
         }
         dplServicesDeploy(&block_);
-        if (file_mode_) file_.close();
         return DPL_OK;
     }
 
-private:
     int32_t write_connection(const Connection &entry) {
         const std::unique_ptr<char, CFree> protocol(dplMapProtocol(entry.protocol));
         if (!protocol) return DPL_E_NOMEM;
@@ -224,7 +230,7 @@ private:
     InstallControlBlock &block_;
     Instance &instance_;
     const bool file_mode_;
-    dpl::core::TextFileWriter file_;
+    dpl::core::ReplacementFile file_;
     std::unique_ptr<dpl::platform::RegistryBatch> registry_batch_;
     std::unordered_map<std::string, bool> resolved_;
     std::string port_text_;

@@ -53,6 +53,13 @@ std::unique_ptr<InstallControlBlock> build_block(uint32_t mode, int32_t product_
         return nullptr;
     }
 
+    // Product mode 0: this installation's tag among those of its version.
+    if (product_mode == 0) {
+        block->unique_id =
+            dplUniqueInstallTag(block->product->version_info.major, block->product->version_info.minor);
+        ht_log("Unique installation identifier: %d", static_cast<int>(block->unique_id));
+    }
+
     // The system's services database; a failure to load it is not fatal.
     const std::string services = dpl::platform::current().services_database_path();
     dplServicesLoad(block.get(), services.c_str());
@@ -61,6 +68,11 @@ std::unique_ptr<InstallControlBlock> build_block(uint32_t mode, int32_t product_
     block->disk_mem_units = DPL_UNITS_KB;
     block->further = 0;
     block->mode = mode;
+
+    // The installing user's context; without it nothing can be deployed.
+    if (initDplUser(block.get()) != DPL_OK) return nullptr;
+    // Machine figures; the processor timing waits until it is first asked for.
+    init_system_info(block.get());
     return block;
 }
 
@@ -130,6 +142,7 @@ int32_t finish(InstallControlBlock *pointer) {
     htenter(1, kApi, __LINE__, "finish");
     ht_log("finish entered\n");
     // The block owns its product, its instances and their lists: all go.
+    dplFreeUser(block);
     block->magic = 0;
     std::unique_ptr<InstallControlBlock> owned(block);
     owned.reset();

@@ -45,6 +45,18 @@ int32_t dplSetDiskMemUnits(InstallControlBlock *pointer, const char *units) {
     return code;
 }
 
+int32_t dplSetInstallOptions(InstallControlBlock *pointer, uint32_t options) {
+    InstallControlBlock *block = as_block(pointer);
+    if (block == nullptr) return DPL_E_BAD_CONTEXT;
+    block->options = options;
+    return DPL_OK;
+}
+
+uint32_t dplGetInstallOptions(InstallControlBlock *pointer) {
+    const InstallControlBlock *block = as_block(pointer);
+    return block != nullptr ? block->options : 0;
+}
+
 uint32_t dplGetInstallMode(InstallControlBlock *pointer) {
     const InstallControlBlock *block = as_block(pointer);
     return block != nullptr ? block->mode : 0;

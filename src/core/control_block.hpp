@@ -10,6 +10,10 @@
 #include "core/instance.hpp"
 #include "dpl/dpl.h"
 #include "services/services_file.hpp"
+#include "user/user_context.hpp"
+#include "storage/file_systems.hpp"
+#include "sysinfo/disk_locations.hpp"
+#include "sysinfo/system_figures.hpp"
 
 namespace dpl::core {
 
@@ -34,6 +38,15 @@ struct InstallControlBlock {
     std::vector<std::unique_ptr<Instance>> instances;
     Instance *current = nullptr;
     dpl::services::ServicesFile services;
+    // The installing user and the accounts the product needs.
+    dpl::user::UserContext user;
+    // Deployment options (DPL_OPTION_ flags), the block's second flag word.
+    uint32_t options = 0;
+    // Storage planning and machine figures.
+    dpl::storage::FileSystemList file_systems;
+    std::string install_dir;
+    dpl::sysinfo::SystemFigures system;
+    dpl::sysinfo::DiskLocationList disk_locations;
 };
 
 namespace dpl::core {

@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "autoconfig/autoconfig_state.hpp"
 #include "config/config_table.hpp"
 #include "connections/alias_index.hpp"
 #include "core/connection_list.hpp"
 #include "deploy/log_record.hpp"
 #include "dpl/dpl.h"
+#include "storage/space_list.hpp"
 
 namespace dpl::core {
 
@@ -36,6 +38,12 @@ struct Instance {
     // Deployment: set once deployInstallation has run; the two log slots.
     bool deployed = false;
     dpl::deploy::LogRecord logs[2] = {};
+    // The storage spaces planned for this instance.
+    dpl::storage::SpaceList spaces;
+    // Automatic configuration: the caller's limits and the calculated figures.
+    dpl::autoconfig::State autoconfig;
+    // dplReadConfig has succeeded on this instance.
+    bool config_read = false;
 };
 
 namespace dpl::core {

@@ -36,8 +36,7 @@ int32_t dplDeploySpaces(InstallControlBlock *pointer) {
         Instance &instance = *block->current;
         const int32_t root = dpl::deploy::create_root_chunk(*block, instance);
         if (root != 0) return root;
-        StorageSpace *space = dplGetSpaceList(block);
-        if (space == nullptr) {
+        if (instance.spaces.empty()) {
             ht_log("no space to be deployed.");
             return DPL_NOTHING_TO_DEPLOY;
         }
@@ -50,7 +49,8 @@ int32_t dplDeploySpaces(InstallControlBlock *pointer) {
         const bool sbspaces_enabled = settings == nullptr || settings->sbspace_enabled != 0;
         int32_t rc = DPL_OK;
         std::string text;
-        for (; space != nullptr; space = space->next) {
+        for (const auto &node : instance.spaces.nodes()) {
+            StorageSpace *space = &node->record;
             if (space->kind == DPL_SPACE_SB && !sbspaces_enabled) continue;
             const char *kind_name = dplGetSpaceKindName(space->kind);
             ht_log("Deploying storage space '%s'.", space->path != nullptr ? space->path : "");
@@ -69,7 +69,8 @@ int32_t dplDeploySpaces(InstallControlBlock *pointer) {
             // The statements name the chunk by its short form where the
             // system has one, and the record keeps that form.
             if (auto short_form = dpl::platform::current().short_path(space->path, 255)) {
-                dpl::storage::set_space_path(*space, *short_form);
+                node->path = *short_form;
+                node->link_texts();
             }
             dpl::deploy::append_space_statements(*space, text);
             space->deployed = 1;

@@ -54,7 +54,10 @@ void log_overrun(std::string_view path) {
 }  // namespace
 
 std::optional<std::string> translate(std::string_view path) {
-    platform::Platform &os = platform::current();
+    return translate(path, platform::current());
+}
+
+std::optional<std::string> translate(std::string_view path, platform::Platform &os) {
     const char separator = os.path_separator();
     BoundedText result;
     std::size_t at = 0;

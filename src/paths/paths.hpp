@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/platform.hpp"
+
 namespace dpl::paths {
 
 inline constexpr int32_t kLastName = 1;
@@ -40,5 +42,8 @@ int32_t create_file(const char *path);
 // dplXlateFilePath for a non-empty path: the translated text, or nothing
 // (after logging why).
 std::optional<std::string> translate(std::string_view path);
+// The same against a given system: its environment, separator and short
+// path names.
+std::optional<std::string> translate(std::string_view path, platform::Platform &os);
 
 }  // namespace dpl::paths

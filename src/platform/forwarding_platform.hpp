@@ -123,6 +123,125 @@ public:
     bool delete_file(const std::string &path, SysError *error) override {
         return inner_.delete_file(path, error);
     }
+    bool remove_directory(const std::string &path, SysError *error) override {
+        return inner_.remove_directory(path, error);
+    }
+
+    uint32_t sc_open_manager(const std::string &database, ScHandle *out) override {
+        return inner_.sc_open_manager(database, out);
+    }
+    uint32_t sc_open_service(ScHandle manager, const std::string &name, uint32_t access,
+                             ScHandle *out) override {
+        return inner_.sc_open_service(manager, name, access, out);
+    }
+    uint32_t sc_create_service(ScHandle manager, const ServiceDefinition &service, ScHandle *out) override {
+        return inner_.sc_create_service(manager, service, out);
+    }
+    uint32_t sc_set_description(ScHandle service, const std::string &description) override {
+        return inner_.sc_set_description(service, description);
+    }
+    uint32_t sc_delete_service(ScHandle service) override { return inner_.sc_delete_service(service); }
+    uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) override {
+        return inner_.sc_control_stop(service, status);
+    }
+    uint32_t sc_query_status(ScHandle service, ServiceStatus *status) override {
+        return inner_.sc_query_status(service, status);
+    }
+    uint32_t sc_close(ScHandle handle) override { return inner_.sc_close(handle); }
+
+    uint32_t account_installing_user(AccountIdentity *out) override {
+        return inner_.account_installing_user(out);
+    }
+    uint32_t account_computer_name(std::string *out) override { return inner_.account_computer_name(out); }
+    uint32_t account_domain_controller(std::string *out) override {
+        return inner_.account_domain_controller(out);
+    }
+    uint32_t account_open_policy(const std::string &server, PolicyHandle *out, int32_t *status) override {
+        return inner_.account_open_policy(server, out, status);
+    }
+    void account_close_policy(PolicyHandle policy) override { inner_.account_close_policy(policy); }
+    uint32_t account_administrators_group(std::string *out) override {
+        return inner_.account_administrators_group(out);
+    }
+    uint32_t account_find_group(const std::string &server, GroupScope scope,
+                                const std::string &name) override {
+        return inner_.account_find_group(server, scope, name);
+    }
+    uint32_t account_find_user(const std::string &server, const std::string &name) override {
+        return inner_.account_find_user(server, name);
+    }
+    uint32_t account_add_group(const std::string &server, GroupScope scope, const std::string &name,
+                               const std::string &comment) override {
+        return inner_.account_add_group(server, scope, name, comment);
+    }
+    uint32_t account_delete_group(const std::string &server, GroupScope scope,
+                                  const std::string &name) override {
+        return inner_.account_delete_group(server, scope, name);
+    }
+    uint32_t account_add_member(const std::string &server, GroupScope scope, const std::string &group,
+                                const std::string &member) override {
+        return inner_.account_add_member(server, scope, group, member);
+    }
+    uint32_t account_add_user(const std::string &server, const NewUser &user) override {
+        return inner_.account_add_user(server, user);
+    }
+    uint32_t account_delete_user(const std::string &server, const std::string &name) override {
+        return inner_.account_delete_user(server, name);
+    }
+    uint32_t account_lookup_sid(const std::string &name, std::string *sid) override {
+        return inner_.account_lookup_sid(name, sid);
+    }
+    uint32_t account_add_right(PolicyHandle policy, const std::string &sid,
+                               const std::string &right) override {
+        return inner_.account_add_right(policy, sid, right);
+    }
+    uint32_t account_remove_right(PolicyHandle policy, const std::string &sid,
+                                  const std::string &right) override {
+        return inner_.account_remove_right(policy, sid, right);
+    }
+    uint32_t account_logon(const std::string &domain, const std::string &user,
+                           const std::string &password) override {
+        return inner_.account_logon(domain, user, password);
+    }
+    bool secure_random(void *buffer, std::size_t size) override { return inner_.secure_random(buffer, size); }
+
+    bool list_directory(const std::string &path, std::vector<std::string> *names, SysError *error) override {
+        return inner_.list_directory(path, names, error);
+    }
+    bool process_running(uint32_t process_id) override { return inner_.process_running(process_id); }
+    bool flush_file(FileHandle file, SysError *error) override { return inner_.flush_file(file, error); }
+    bool replace_file(const std::string &replacement, const std::string &target, SysError *error) override {
+        return inner_.replace_file(replacement, target, error);
+    }
+
+    bool device_number(const std::string &path, uint32_t *device, SysError *error) override {
+        return inner_.device_number(path, device, error);
+    }
+    bool volume_space(const std::string &directory, VolumeSpace *space, SysError *error) override {
+        return inner_.volume_space(directory, space, error);
+    }
+    uint32_t processor_count() override { return inner_.processor_count(); }
+    uint64_t physical_memory_bytes() override { return inner_.physical_memory_bytes(); }
+    std::optional<uint32_t> processor_mhz() override { return inner_.processor_mhz(); }
+    uint64_t ticks() override { return inner_.ticks(); }
+    std::optional<int64_t> tick_rate() override { return inner_.tick_rate(); }
+
+    bool instance_marker_exists(const std::string &name) override {
+        return inner_.instance_marker_exists(name);
+    }
+    bool create_instance_marker(const std::string &name) override {
+        return inner_.create_instance_marker(name);
+    }
+    bool release_instance_marker(const std::string &name) override {
+        return inner_.release_instance_marker(name);
+    }
+    bool run_command(const std::string &command, uint32_t *exit_status, SysError *error) override {
+        return inner_.run_command(command, exit_status, error);
+    }
+    std::optional<std::string> common_programs_folder() override { return inner_.common_programs_folder(); }
+    bool remove_directory_tree(const std::string &path, SysError *error) override {
+        return inner_.remove_directory_tree(path, error);
+    }
 
 protected:
     Platform &inner_;

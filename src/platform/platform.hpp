@@ -8,6 +8,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "dpl/dpl.h"
 
@@ -33,6 +34,17 @@ inline constexpr uint32_t kNoMoreItems = 259;
 inline constexpr uint32_t kKeyDeleted = 1018;
 inline constexpr uint32_t kRegistryCorrupt = 1015;
 inline constexpr uint32_t kRegistryIoFailed = 1016;
+// Service manager.
+inline constexpr uint32_t kInvalidName = 123;
+inline constexpr uint32_t kDirNotEmpty = 145;
+inline constexpr uint32_t kServiceRequestTimeout = 1053;
+inline constexpr uint32_t kInvalidServiceAccount = 1057;
+inline constexpr uint32_t kServiceDoesNotExist = 1060;
+inline constexpr uint32_t kServiceCannotAcceptControl = 1061;
+inline constexpr uint32_t kServiceNotActive = 1062;
+inline constexpr uint32_t kDatabaseDoesNotExist = 1065;
+inline constexpr uint32_t kServiceMarkedForDelete = 1072;
+inline constexpr uint32_t kServiceExists = 1073;
 }  // namespace err
 
 // ---- files ---------------------------------------------------------------
@@ -118,6 +130,47 @@ enum class PortProbe {
 
 enum class ServiceQuery { Installed, NotInstalled, ManagerUnavailable };
 
+// ---- service manager ---------------------------------------------------------
+
+// A handle of the service manager or of one service (SC_HANDLE on Windows).
+using ScHandle = std::uintptr_t;
+inline constexpr ScHandle kNoScHandle = 0;
+
+// The name of the manager's database of installed services.
+inline constexpr const char *kServicesActiveDatabase = "ServicesActive";
+
+// Access rights, Windows' numbers.
+namespace scaccess {
+inline constexpr uint32_t kManagerAll = 0xF003F;
+inline constexpr uint32_t kServiceAll = 0xF01FF;
+inline constexpr uint32_t kQueryStatus = 0x0004;
+inline constexpr uint32_t kStop = 0x0020;
+inline constexpr uint32_t kDelete = 0x10000;
+}  // namespace scaccess
+
+// States of a service, Windows' numbers.
+namespace scstate {
+inline constexpr uint32_t kStopped = 1;
+inline constexpr uint32_t kStartPending = 2;
+inline constexpr uint32_t kStopPending = 3;
+inline constexpr uint32_t kRunning = 4;
+}  // namespace scstate
+
+// A service as it is created: a program of its own process, started
+// automatically at boot, with normal error control.
+struct ServiceDefinition {
+    std::string name;
+    std::string display_name;  // empty: the name
+    std::string command_line;
+    std::string account;  // empty: the system account
+    // Not owned; only handed to the system, never kept or logged.
+    const char *password = nullptr;
+};
+
+struct ServiceStatus {
+    uint32_t current_state = 0;  // scstate
+};
+
 // ---- file system and descriptor I/O ---------------------------------------
 
 // A failed call of the calls below. `native` is the system's own code
@@ -146,6 +199,57 @@ struct DescriptorOpen {
 };
 
 enum class SeekFrom { Start, Current, End };
+
+// ---- accounts, groups and rights ------------------------------------------
+
+// System error codes of the account calls, Windows' numbers on both backends.
+namespace err {
+inline constexpr uint32_t kNotSupported = 50;
+inline constexpr uint32_t kLogonFailure = 1326;
+inline constexpr uint32_t kNoneMapped = 1332;
+inline constexpr uint32_t kNoSuchDomain = 1355;
+inline constexpr uint32_t kMemberInAlias = 1378;
+inline constexpr uint32_t kAliasExists = 1379;
+inline constexpr uint32_t kNoSuchMember = 1387;
+inline constexpr uint32_t kGroupNotFound = 2220;
+inline constexpr uint32_t kUserNotFound = 2221;
+inline constexpr uint32_t kGroupExists = 2223;
+inline constexpr uint32_t kUserExists = 2224;
+inline constexpr uint32_t kUserInGroup = 2236;
+inline constexpr uint32_t kInvalidComputer = 2351;
+}  // namespace err
+
+// An open security policy (LSA_HANDLE on Windows).
+using PolicyHandle = std::uintptr_t;
+inline constexpr PolicyHandle kNoPolicy = 0;
+
+// Who runs this process: the account's name and the domain it belongs to.
+struct AccountIdentity {
+    std::string name;
+    std::string domain;
+};
+
+// Local groups belong to one computer; global groups to a domain.
+enum class GroupScope { Local, Global };
+
+// A user account to create (USER_INFO_1): normal account, user privilege,
+// empty home directory and script path.
+struct NewUser {
+    std::string name;
+    std::string password;
+    std::string comment;
+    uint32_t flags = 0;
+};
+
+// ---- system figures ---------------------------------------------------------
+
+// The size of a volume in bytes; `available` is what the calling user may
+// still fill (quotas and reserved blocks excluded).
+struct VolumeSpace {
+    uint64_t total = 0;
+    uint64_t free = 0;
+    uint64_t available = 0;
+};
 
 class Platform {
 public:
@@ -248,6 +352,112 @@ public:
     // Clears what would keep a file from being deleted (the read-only attribute).
     virtual bool make_deletable(const std::string &path, SysError *error) = 0;
     virtual bool delete_file(const std::string &path, SysError *error) = 0;
+
+    // ---- accounts, groups and rights ----
+    // Each call answers 0 or the system's error code. `server` is empty for
+    // this computer or "\\NAME" for another one (a domain controller).
+
+    // The effective user of this process.
+    virtual uint32_t account_installing_user(AccountIdentity *out) = 0;
+    virtual uint32_t account_computer_name(std::string *out) = 0;
+    // "\\NAME" of the primary domain's controller; kNoSuchDomain outside a domain.
+    virtual uint32_t account_domain_controller(std::string *out) = 0;
+    // Opens the security policy of `server` with all access; `status`
+    // receives the policy call's own status (NTSTATUS), 0 on success.
+    virtual uint32_t account_open_policy(const std::string &server, PolicyHandle *out, int32_t *status) = 0;
+    virtual void account_close_policy(PolicyHandle policy) = 0;
+    // The name of the built-in Administrators group (S-1-5-32-544).
+    virtual uint32_t account_administrators_group(std::string *out) = 0;
+    virtual uint32_t account_find_group(const std::string &server, GroupScope scope,
+                                        const std::string &name) = 0;
+    virtual uint32_t account_find_user(const std::string &server, const std::string &name) = 0;
+    virtual uint32_t account_add_group(const std::string &server, GroupScope scope, const std::string &name,
+                                       const std::string &comment) = 0;
+    virtual uint32_t account_delete_group(const std::string &server, GroupScope scope,
+                                          const std::string &name) = 0;
+    // A local group takes its member as "DOMAIN\user", a global group the user name.
+    virtual uint32_t account_add_member(const std::string &server, GroupScope scope, const std::string &group,
+                                        const std::string &member) = 0;
+    virtual uint32_t account_add_user(const std::string &server, const NewUser &user) = 0;
+    virtual uint32_t account_delete_user(const std::string &server, const std::string &name) = 0;
+    // The security identifier of an account ("DOMAIN\user" or "user"), as opaque bytes.
+    virtual uint32_t account_lookup_sid(const std::string &name, std::string *sid) = 0;
+    virtual uint32_t account_add_right(PolicyHandle policy, const std::string &sid,
+                                       const std::string &right) = 0;
+    virtual uint32_t account_remove_right(PolicyHandle policy, const std::string &sid,
+                                          const std::string &right) = 0;
+    // An interactive logon with the default provider; kLogonFailure when refused.
+    virtual uint32_t account_logon(const std::string &domain, const std::string &user,
+                                   const std::string &password) = 0;
+    // Fills `buffer` from the system's cryptographic generator.
+    virtual bool secure_random(void *buffer, std::size_t size) = 0;
+    // Removes an empty directory; never one that holds anything.
+    virtual bool remove_directory(const std::string &path, SysError *error) = 0;
+
+    // ---- service manager ----
+    // Each call answers 0 or the Windows error code of its failure.
+
+    // Opens the manager of this machine with all access; `database` empty
+    // means the default one (kServicesActiveDatabase).
+    virtual uint32_t sc_open_manager(const std::string &database, ScHandle *out) = 0;
+    virtual uint32_t sc_open_service(ScHandle manager, const std::string &name, uint32_t access,
+                                     ScHandle *out) = 0;
+    virtual uint32_t sc_create_service(ScHandle manager, const ServiceDefinition &service, ScHandle *out) = 0;
+    virtual uint32_t sc_set_description(ScHandle service, const std::string &description) = 0;
+    virtual uint32_t sc_delete_service(ScHandle service) = 0;
+    // Sends the stop control; `status` receives the state the service reported.
+    virtual uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) = 0;
+    virtual uint32_t sc_query_status(ScHandle service, ServiceStatus *status) = 0;
+    virtual uint32_t sc_close(ScHandle handle) = 0;
+    // ---- whole-file replacement ----
+    // A file rewritten whole is written beside the old one and moved over it
+    // in one step, so that a crash leaves either file but never a torn one.
+
+    // The names in a directory, without "." and "..".
+    virtual bool list_directory(const std::string &path, std::vector<std::string> *names,
+                                SysError *error) = 0;
+    // Whether a process with this id runs now (a leftover of a dead one may go).
+    virtual bool process_running(uint32_t process_id) = 0;
+    // Puts what was written to an open file on the device.
+    virtual bool flush_file(FileHandle file, SysError *error) = 0;
+    // Moves `replacement` over `target` in one step, keeping the old file's
+    // attributes, permissions and owner where the process may set them, and
+    // puts the change of name on the device before it returns.
+    virtual bool replace_file(const std::string &replacement, const std::string &target, SysError *error) = 0;
+
+    // ---- system figures ----
+    // The device (drive) number that a status query of `path` reports.
+    virtual bool device_number(const std::string &path, uint32_t *device, SysError *error) = 0;
+    // The volume that holds the existing directory `directory`.
+    virtual bool volume_space(const std::string &directory, VolumeSpace *space, SysError *error) = 0;
+    virtual uint32_t processor_count() = 0;
+    virtual uint64_t physical_memory_bytes() = 0;
+    // The system's own figure of the processor frequency in MHz, if it keeps one.
+    virtual std::optional<uint32_t> processor_mhz() = 0;
+    // A free-running tick count: the processor's time-stamp counter where
+    // there is one, else a monotonic clock.
+    virtual uint64_t ticks() = 0;
+    // The rate of `ticks` when it is a clock of known rate; nothing when it is
+    // the processor's counter, which runs at the processor's frequency.
+    virtual std::optional<int64_t> tick_rate() = 0;
+    // ---- running-instance markers, command processor, program groups ----
+
+    // Whether a live process holds the named marker of a running instance
+    // (the named event on Windows, a held lock file elsewhere).
+    virtual bool instance_marker_exists(const std::string &name) = 0;
+    // Holds the named marker for this process until it is released or the
+    // process ends. A marker that another process holds also stands.
+    virtual bool create_instance_marker(const std::string &name) = 0;
+    // False when this process does not hold that marker.
+    virtual bool release_instance_marker(const std::string &name) = 0;
+    // Hands `command` whole to the system's command processor (cmd.exe on
+    // Windows, /bin/sh elsewhere) and waits for it. False when it could not
+    // be started (`error` says why); otherwise `exit_status` is its status.
+    virtual bool run_command(const std::string &command, uint32_t *exit_status, SysError *error) = 0;
+    // The all-users Start menu's Programs folder, or nothing.
+    virtual std::optional<std::string> common_programs_folder() = 0;
+    // Removes a directory with everything below it.
+    virtual bool remove_directory_tree(const std::string &path, SysError *error) = 0;
 };
 
 // The backend in force: the native one unless a test installed another.
@@ -274,6 +484,22 @@ public:
 
 private:
     bool ended_ = false;
+};
+
+// Closes a service-manager handle at the end of its scope.
+class ScopedScHandle {
+public:
+    ScopedScHandle() = default;
+    ScopedScHandle(const ScopedScHandle &) = delete;
+    ScopedScHandle &operator=(const ScopedScHandle &) = delete;
+    ~ScopedScHandle() {
+        if (handle_ != kNoScHandle) current().sc_close(handle_);
+    }
+    ScHandle get() const { return handle_; }
+    ScHandle *out() { return &handle_; }
+
+private:
+    ScHandle handle_ = kNoScHandle;
 };
 
 }  // namespace dpl::platform

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "core/control_block.hpp"
 #include "services/services_file.hpp"
@@ -15,6 +16,10 @@ ServicesFile *loaded_services(InstallControlBlock *pointer);
 // Whether a TCP socket can be bound to `port` on the wildcard address right
 // now. A socket library that does not work counts as "not clear".
 bool port_is_clear(uint16_t port);
+
+// Appends `line` as the file holds it, in the model's columns, line end
+// included.
+void render_line(const ServicesFile &file, const ServicesLine &line, std::string &out);
 
 // Seeds the candidate-port generator from the clock.
 void seed_random(ServicesFile &file);

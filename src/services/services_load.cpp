@@ -1,8 +1,6 @@
 // Loading the services file into the model, and releasing it.
-#include <algorithm>
 #include <new>
 #include <string>
-#include <string_view>
 
 #include "core/control_block.hpp"
 #include "core/text_file.hpp"
@@ -24,35 +22,6 @@ ServicesFile *loaded_services(InstallControlBlock *pointer) {
 }
 
 }  // namespace dpl::services
-
-namespace {
-
-// Lines are read as fgets would hand them out of a buffer of this size.
-constexpr std::size_t kLineBuffer = 256;
-
-// Feeds the file's lines to the parser; 0, or the code that stopped it.
-int32_t parse_content(ServicesFile &file, std::string_view content) {
-    file.reserve(static_cast<std::size_t>(std::count(content.begin(), content.end(), '\n')) + 1);
-    dpl::core::LinePieces pieces(content, kLineBuffer);
-    std::string_view piece;
-    std::string with_end;
-    while (pieces.next(&piece)) {
-        // The line is a C string: an embedded NUL ends it.
-        std::string_view text = piece.substr(0, piece.find('\0'));
-        // A last line without its line end gets one; a piece that filled the
-        // buffer has not yet met the end of the file.
-        if (pieces.at_end() && piece.back() != '\n' && piece.size() < kLineBuffer - 1) {
-            with_end.assign(text);
-            with_end.push_back('\n');
-            text = with_end;
-        }
-        const int32_t rc = dpl::services::parse_line(file, text);
-        if (rc != DPL_OK) return rc;
-    }
-    return DPL_OK;
-}
-
-}  // namespace
 
 extern "C" {
 
@@ -85,7 +54,7 @@ int32_t dplServicesLoad(InstallControlBlock *pointer, const char *path) {
             ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate memory for the cached filename.");
             return DPL_E_NOMEM;
         }
-        const int32_t rc = parse_content(file, content);
+        const int32_t rc = dpl::services::parse_text(file, content);
         dpl::services::seed_random(file);
         ht_debug(5, kServices, __LINE__, "Loaded services file %s\n", path);
         file.status = dpl::services::kUnchanged;

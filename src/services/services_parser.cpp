@@ -2,9 +2,11 @@
 // and digits of the C locale, the name, port/protocol, aliases, comment.
 #include "services/services_parser.hpp"
 
+#include <algorithm>
 #include <climits>
 #include <new>
 
+#include "core/text_file.hpp"
 #include "trace/trace.hpp"
 
 namespace dpl::services {
@@ -144,6 +146,27 @@ int32_t parse_line(ServicesFile &file, std::string_view text) {
     } catch (const std::bad_alloc &) {
         ht_debug(5, kServices, __LINE__, "Error: Couldn't allocate a new line.");
         return DPL_E_NOMEM;
+    }
+    return DPL_OK;
+}
+
+int32_t parse_text(ServicesFile &file, std::string_view content) {
+    file.reserve(static_cast<std::size_t>(std::count(content.begin(), content.end(), '\n')) + 1);
+    core::LinePieces pieces(content, kLineBuffer);
+    std::string_view piece;
+    std::string with_end;
+    while (pieces.next(&piece)) {
+        // The line is a C string: an embedded NUL ends it.
+        std::string_view text = piece.substr(0, piece.find('\0'));
+        // A last line without its line end gets one; a piece that filled the
+        // buffer has not yet met the end of the file.
+        if (pieces.at_end() && piece.back() != '\n' && piece.size() < kLineBuffer - 1) {
+            with_end.assign(text);
+            with_end.push_back('\n');
+            text = with_end;
+        }
+        const int32_t rc = parse_line(file, text);
+        if (rc != DPL_OK) return rc;
     }
     return DPL_OK;
 }

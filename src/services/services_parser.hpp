@@ -32,4 +32,12 @@ int32_t parse_alias_list(std::string_view text, std::size_t start, std::size_t e
 // that must stop the load.
 int32_t parse_line(ServicesFile &file, std::string_view text);
 
+// Lines are read as fgets would hand them out of a buffer of this size.
+inline constexpr std::size_t kLineBuffer = 256;
+
+// Parses a whole file's text into the model, line by line: a line is cut at
+// an embedded NUL, and a short last line without its line end gets one. 0,
+// or the code that stopped it.
+int32_t parse_text(ServicesFile &file, std::string_view content);
+
 }  // namespace dpl::services

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <string>
 
-#include "core/text_file.hpp"
+#include "core/replacement_file.hpp"
 #include "services/services_internal.hpp"
 #include "trace/trace.hpp"
 
@@ -12,6 +12,7 @@ using dpl::services::ServicesLine;
 using dpl::trace::kServices;
 using dpl::trace::traced_call;
 
+namespace dpl::services {
 namespace {
 
 void pad(std::string &out, uint64_t used, uint64_t width) {
@@ -44,6 +45,8 @@ void render_service(const ServicesFile &file, const ServicesLine &line, std::str
     out += '\n';
 }
 
+}  // namespace
+
 void render_line(const ServicesFile &file, const ServicesLine &line, std::string &out) {
     switch (line.kind) {
         case dpl::services::kBlankLine:
@@ -62,6 +65,12 @@ void render_line(const ServicesFile &file, const ServicesLine &line, std::string
     }
 }
 
+}  // namespace dpl::services
+
+namespace {
+
+using dpl::services::render_line;
+
 int32_t deploy_file(InstallControlBlock *pointer, const char *path) {
     ServicesFile *file = loaded_services(pointer);
     if (file == nullptr) {
@@ -73,22 +82,25 @@ int32_t deploy_file(InstallControlBlock *pointer, const char *path) {
                  "Error: The file parameter is null or blank in dplServicesDeployFile.");
         return DPL_E_NULL_ARGUMENT;
     }
-    dpl::core::TextFileWriter writer;
+    dpl::core::ReplacementFile writer;
     uint32_t error = 0;
-    if (!writer.open(path, &error)) {
+    bool written = writer.open(path, &error);
+    if (written) {
+        std::string text;
+        for (const ServicesLine &line : file->lines()) {
+            text.clear();
+            render_line(*file, line, text);
+            if (!writer.write(text)) break;
+        }
+        written = writer.commit();
+    }
+    // A file that could not be written whole was not written at all: the old
+    // one stays, and the model stays changed for another attempt.
+    if (!written) {
         ht_debug(5, kServices, __LINE__,
                  "Error: The file %s could not be opened for writing in dplServicesDeployFile\n", path);
         return DPL_E_INVALID_VALUE;
     }
-    std::string text;
-    for (const ServicesLine &line : file->lines()) {
-        text.clear();
-        render_line(*file, line, text);
-        writer.write(text);
-    }
-    // Write errors after the open are not reported: the file is as good as
-    // the disk let it be, and the model stays loaded for another attempt.
-    writer.close();
     ht_debug(5, kServices, __LINE__, "Wrote services to %s\n", path);
     file->status = dpl::services::kUnchanged;
     return DPL_OK;

@@ -9,6 +9,13 @@
 namespace dpl::test {
 namespace {
 
+// What building the installing user's context logs.
+std::string user_log_lines(InstallControlBlock *block) {
+    const std::string at = "2026-11-21 09:08:07    42  4242 ";
+    return at + "installing as " + dplGetDoaminName(block) + "\\" + dplGetInstallingUser(block) + "\n" + at +
+           "Installing on host " + dplGetComputerName(block) + "\n";
+}
+
 class InitLogging : public ::testing::Test {
 protected:
     void SetUp() override { trace::reset_for_tests(); }
@@ -28,14 +35,19 @@ TEST_F(InitLogging, InstallLogNamesTheLogAndItsDebugFile) {
     ASSERT_NE(nullptr, block);
     EXPECT_EQ(0, dplSetEnvironment(block, "ORVANDEXSQLHOSTS", "C:\\etc\\sqlhosts"));
     EXPECT_EQ(0, dplSetEnvironment(block, "ORVANDEXSQLHOSTS", "\\\\host"));
+    const std::string user_lines = user_log_lines(block);
     EXPECT_EQ(0, finish(block));
 
-    EXPECT_EQ("2026-11-21 09:08:07    42  4242 finish entered\n", read_file(log));
-    // The lines of this file's calls, leaving out those of the services load.
+    EXPECT_EQ(user_lines + "2026-11-21 09:08:07    42  4242 finish entered\n", read_file(log));
+    // The lines of this file's calls, leaving out those of the services load
+    // and of the installing user's context.
     std::vector<std::string> lines;
     bool after_services = false;
     for (const auto &line : lines_of(read_file(log + ".debug"))) {
-        const bool services = line.find("API/dpl_services") != std::string::npos;
+        const bool services =
+            line.find("API/dpl_services") != std::string::npos ||
+            line.find("API/dpl_user") != std::string::npos ||
+            (!line.empty() && line[0] == ' ' && line.find("nstalling ") != std::string::npos);
         if (!services && !(after_services && line.empty())) lines.push_back(line);
         after_services = services;
     }
@@ -64,8 +76,9 @@ TEST_F(InitLogging, ALongInstallLogKeepsTheLogButDropsTheDebugFile) {
     uint32_t severity = 99;
     EXPECT_EQ(HT_OK, ht_get_severity(&severity));
     EXPECT_EQ(0u, severity);
+    const std::string user_lines = user_log_lines(block);
     EXPECT_EQ(0, finish(block));
-    EXPECT_EQ("2026-11-21 09:08:07    42  4242 finish entered\n", read_file(log));
+    EXPECT_EQ(user_lines + "2026-11-21 09:08:07    42  4242 finish entered\n", read_file(log));
     EXPECT_FALSE(std::filesystem::exists(log + ".debug"));
 }
 

@@ -10,6 +10,7 @@
 #include "dpl/dpl.h"
 #include "platform/platform.hpp"
 #include "support/machine_fixture.hpp"
+#include "trace/trace_state.hpp"
 
 namespace dpl::test {
 namespace {
@@ -20,7 +21,9 @@ protected:
         MachineTest::SetUp();
         std::filesystem::create_directories(instance_dir / "etc" / "sysadmin");
         std::filesystem::create_directories(instance_dir / "data");
-        set_env("INSTALL_LOG", root.file("install.log").c_str());
+        trace::reset_for_tests();
+        set_env("INSTALL_LOG", nullptr);
+        ASSERT_EQ(HT_OK, ht_trace_start(root.file("install.log").c_str(), nullptr, 0, 0, "t"));
         block = init_API(0, 1, "Orvandex", "12.10");
         ASSERT_NE(nullptr, block);
         ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXDIR", instance_dir.string().c_str()));
@@ -34,7 +37,7 @@ protected:
     }
     void TearDown() override {
         finish(block);
-        set_env("INSTALL_LOG", nullptr);
+        trace::reset_for_tests();
         MachineTest::TearDown();
     }
 
@@ -58,7 +61,7 @@ protected:
         }
         return text;
     }
-    void frame_around(int32_t (*body)(InstallControlBlock *)) {
+    void frame_around(void (*body)(InstallControlBlock *)) {
         ASSERT_EQ(0, dplOpenSysadminInDeploy(block));
         ASSERT_EQ(1, dplGrantDBAonLocalInstance(block));
         body(block);

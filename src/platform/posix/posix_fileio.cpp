@@ -262,4 +262,9 @@ bool delete_file(const std::string &path, SysError *error) {
     return true;
 }
 
+bool remove_directory(const std::string &path, SysError *error) {
+    if (::rmdir(path.c_str()) != 0) return fail_with_errno(error);
+    return true;
+}
+
 }  // namespace dpl::platform::posix

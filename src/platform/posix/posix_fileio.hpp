@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/platform.hpp"
 
@@ -32,5 +33,12 @@ bool set_end_of_file(FileHandle file, SysError *error);
 bool file_size(FileHandle file, uint64_t *size, SysError *error);
 bool close_descriptor(FileHandle file, SysError *error);
 bool delete_file(const std::string &path, SysError *error);
+bool remove_directory(const std::string &path, SysError *error);
+
+// Whole-file replacement (posix_replace.cpp).
+bool list_directory(const std::string &path, std::vector<std::string> *names, SysError *error);
+bool process_running(uint32_t process_id);
+bool flush_file(FileHandle file, SysError *error);
+bool replace_file(const std::string &replacement, const std::string &target, SysError *error);
 
 }  // namespace dpl::platform::posix

@@ -1,10 +1,8 @@
 #include "platform/posix/posix_network.hpp"
 
 #include <arpa/inet.h>
-#include <dirent.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <strings.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -38,26 +36,6 @@ PortProbe probe_tcp_port(uint16_t port, uint32_t *error) {
     ::shutdown(fd, SHUT_RDWR);
     ::close(fd);
     return bound ? PortProbe::Clear : PortProbe::InUse;
-}
-
-ServiceQuery query_service(const std::string &root, const std::string &name, uint32_t *error) {
-    if (error != nullptr) *error = 0;
-    const std::string directory = (root == "/" ? std::string() : root) + "/var/lib/dpl/services";
-    DIR *entries = ::opendir(directory.c_str());
-    if (entries == nullptr) {
-        // No service manager directory: nothing is installed.
-        return ServiceQuery::NotInstalled;
-    }
-    // Service names are case-insensitive, as Windows' are.
-    ServiceQuery answer = ServiceQuery::NotInstalled;
-    while (const dirent *entry = ::readdir(entries)) {
-        if (::strcasecmp(entry->d_name, name.c_str()) == 0) {
-            answer = ServiceQuery::Installed;
-            break;
-        }
-    }
-    ::closedir(entries);
-    return answer;
 }
 
 }  // namespace dpl::platform::posix

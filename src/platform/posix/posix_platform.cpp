@@ -12,9 +12,14 @@
 #include <cstdlib>
 
 #include "platform/platform.hpp"
+#include "platform/posix/posix_accounts.hpp"
 #include "platform/posix/posix_fileio.hpp"
+#include "platform/posix/posix_markers.hpp"
 #include "platform/posix/posix_network.hpp"
 #include "platform/posix/posix_registry.hpp"
+#include "platform/posix/posix_services.hpp"
+#include "platform/posix/posix_system.hpp"
+#include "platform/posix/posix_shell.hpp"
 
 namespace dpl::platform {
 namespace {
@@ -101,7 +106,7 @@ public:
         return posix::probe_tcp_port(port, error);
     }
     ServiceQuery query_service(const std::string &name, uint32_t *error) override {
-        return posix::query_service(machine_root(), name, error);
+        return services_.query_service(name, error);
     }
 
     std::optional<std::string> get_env(const std::string &name) override {
@@ -235,9 +240,159 @@ public:
     bool delete_file(const std::string &path, SysError *error) override {
         return posix::delete_file(path, error);
     }
+    bool remove_directory(const std::string &path, SysError *error) override {
+        return posix::remove_directory(path, error);
+    }
+
+    uint32_t sc_open_manager(const std::string &database, ScHandle *out) override {
+        return services_.open_manager(database, out);
+    }
+    // Access rights are not checked here: every caller may do everything.
+    uint32_t sc_open_service(ScHandle manager, const std::string &name, uint32_t, ScHandle *out) override {
+        return services_.open_service(manager, name, out);
+    }
+    uint32_t sc_create_service(ScHandle manager, const ServiceDefinition &service, ScHandle *out) override {
+        return services_.create_service(manager, service, out);
+    }
+    uint32_t sc_set_description(ScHandle service, const std::string &description) override {
+        return services_.set_description(service, description);
+    }
+    uint32_t sc_delete_service(ScHandle service) override {
+        return services_.delete_service(service);
+    }
+    uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) override {
+        return services_.control_stop(service, status);
+    }
+    uint32_t sc_query_status(ScHandle service, ServiceStatus *status) override {
+        return services_.query_status(service, status);
+    }
+    uint32_t sc_close(ScHandle handle) override {
+        return services_.close(handle);
+    }
+
+    // Accounts (posix_accounts.cpp): never in a domain, so there is no
+    // controller to find.
+    uint32_t account_installing_user(AccountIdentity *out) override {
+        return posix::installing_user(out);
+    }
+    uint32_t account_computer_name(std::string *out) override {
+        return posix::computer_name(out);
+    }
+    uint32_t account_domain_controller(std::string *) override {
+        return err::kNoSuchDomain;
+    }
+    uint32_t account_open_policy(const std::string &server, PolicyHandle *out, int32_t *status) override {
+        return posix::open_policy(machine_root(), server, out, status);
+    }
+    void account_close_policy(PolicyHandle) override {}
+    uint32_t account_administrators_group(std::string *out) override {
+        *out = "Administrators";
+        return err::kOk;
+    }
+    uint32_t account_find_group(const std::string &server, GroupScope scope,
+                                const std::string &name) override {
+        return posix::find_group(server, scope, name);
+    }
+    uint32_t account_find_user(const std::string &server, const std::string &name) override {
+        return posix::find_user(server, name);
+    }
+    uint32_t account_add_group(const std::string &server, GroupScope scope, const std::string &name,
+                               const std::string &comment) override {
+        return posix::add_group(server, scope, name, comment);
+    }
+    uint32_t account_delete_group(const std::string &server, GroupScope scope,
+                                  const std::string &name) override {
+        return posix::delete_group(server, scope, name);
+    }
+    uint32_t account_add_member(const std::string &server, GroupScope scope, const std::string &group,
+                                const std::string &member) override {
+        return posix::add_member(server, scope, group, member);
+    }
+    uint32_t account_add_user(const std::string &server, const NewUser &user) override {
+        return posix::add_user(server, user);
+    }
+    uint32_t account_delete_user(const std::string &server, const std::string &name) override {
+        return posix::delete_user(server, name);
+    }
+    uint32_t account_lookup_sid(const std::string &name, std::string *sid) override {
+        return posix::lookup_sid(name, sid);
+    }
+    uint32_t account_add_right(PolicyHandle policy, const std::string &sid,
+                               const std::string &right) override {
+        return posix::add_right(policy, sid, right);
+    }
+    uint32_t account_remove_right(PolicyHandle policy, const std::string &sid,
+                                  const std::string &right) override {
+        return posix::remove_right(policy, sid, right);
+    }
+    uint32_t account_logon(const std::string &domain, const std::string &user,
+                           const std::string &password) override {
+        return posix::logon(domain, user, password);
+    }
+    bool secure_random(void *buffer, std::size_t size) override {
+        return posix::secure_random(buffer, size);
+    }
+
+    bool list_directory(const std::string &path, std::vector<std::string> *names, SysError *error) override {
+        return posix::list_directory(path, names, error);
+    }
+    bool process_running(uint32_t process_id) override {
+        return posix::process_running(process_id);
+    }
+    bool flush_file(FileHandle file, SysError *error) override {
+        return posix::flush_file(file, error);
+    }
+    bool replace_file(const std::string &replacement, const std::string &target, SysError *error) override {
+        return posix::replace_file(replacement, target, error);
+    }
+
+    bool device_number(const std::string &path, uint32_t *device, SysError *error) override {
+        return posix::device_number(path, device, error);
+    }
+    bool volume_space(const std::string &directory, VolumeSpace *space, SysError *error) override {
+        return posix::volume_space(directory, space, error);
+    }
+    uint32_t processor_count() override {
+        return posix::processor_count();
+    }
+    uint64_t physical_memory_bytes() override {
+        return posix::physical_memory_bytes();
+    }
+    std::optional<uint32_t> processor_mhz() override {
+        return posix::processor_mhz();
+    }
+    uint64_t ticks() override {
+        return posix::ticks();
+    }
+    std::optional<int64_t> tick_rate() override {
+        return posix::tick_rate();
+    }
+
+    bool instance_marker_exists(const std::string &name) override {
+        return markers_.exists(machine_root(), name);
+    }
+    bool create_instance_marker(const std::string &name) override {
+        return markers_.create(machine_root(), name);
+    }
+    bool release_instance_marker(const std::string &name) override {
+        return markers_.release(name);
+    }
+    bool run_command(const std::string &command, uint32_t *exit_status, SysError *error) override {
+        return posix::run_command(command, exit_status, error);
+    }
+    // The all-users program groups live in the machine root.
+    std::optional<std::string> common_programs_folder() override {
+        const std::string root = machine_root();
+        return (root == "/" ? std::string() : root) + "/var/lib/dpl/programs";
+    }
+    bool remove_directory_tree(const std::string &path, SysError *error) override {
+        return posix::remove_directory_tree(path, error);
+    }
 
 private:
     PosixRegistry registry_;
+    posix::PosixServiceManager services_{registry_};
+    posix::InstanceMarkers markers_;
 };
 
 }  // namespace

@@ -80,6 +80,13 @@ FileHandle Win32Platform::open_descriptor(const std::string &path, const Descrip
 }
 
 bool Win32Platform::access_path(const std::string &path, bool read, bool write, SysError *error) {
+    // A read-only file refuses writing even to a process whose system user
+    // may write anything (Wine run by the superuser).
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    if (write && attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0 &&
+        (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        return fail(error, ERROR_ACCESS_DENIED);
+    }
     // Backup semantics let a directory be opened too.
     HANDLE handle =
         CreateFileA(path.c_str(), access_of(read, write), FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
@@ -174,6 +181,11 @@ bool Win32Platform::make_deletable(const std::string &path, SysError *error) {
 
 bool Win32Platform::delete_file(const std::string &path, SysError *error) {
     if (!DeleteFileA(path.c_str())) return fail_last(error);
+    return true;
+}
+
+bool Win32Platform::remove_directory(const std::string &path, SysError *error) {
+    if (!RemoveDirectoryA(path.c_str())) return fail_last(error);
     return true;
 }
 

@@ -106,6 +106,66 @@ public:
     bool close_descriptor(FileHandle file, SysError *error) override;
     bool make_deletable(const std::string &path, SysError *error) override;
     bool delete_file(const std::string &path, SysError *error) override;
+
+    // Accounts, groups and rights (win32_accounts.cpp).
+    uint32_t account_installing_user(AccountIdentity *out) override;
+    uint32_t account_computer_name(std::string *out) override;
+    uint32_t account_domain_controller(std::string *out) override;
+    uint32_t account_open_policy(const std::string &server, PolicyHandle *out, int32_t *status) override;
+    void account_close_policy(PolicyHandle policy) override;
+    uint32_t account_administrators_group(std::string *out) override;
+    uint32_t account_find_group(const std::string &server, GroupScope scope,
+                                const std::string &name) override;
+    uint32_t account_find_user(const std::string &server, const std::string &name) override;
+    uint32_t account_add_group(const std::string &server, GroupScope scope, const std::string &name,
+                               const std::string &comment) override;
+    uint32_t account_delete_group(const std::string &server, GroupScope scope,
+                                  const std::string &name) override;
+    uint32_t account_add_member(const std::string &server, GroupScope scope, const std::string &group,
+                                const std::string &member) override;
+    uint32_t account_add_user(const std::string &server, const NewUser &user) override;
+    uint32_t account_delete_user(const std::string &server, const std::string &name) override;
+    uint32_t account_lookup_sid(const std::string &name, std::string *sid) override;
+    uint32_t account_add_right(PolicyHandle policy, const std::string &sid,
+                               const std::string &right) override;
+    uint32_t account_remove_right(PolicyHandle policy, const std::string &sid,
+                                  const std::string &right) override;
+    uint32_t account_logon(const std::string &domain, const std::string &user,
+                           const std::string &password) override;
+    bool secure_random(void *buffer, std::size_t size) override;
+    bool remove_directory(const std::string &path, SysError *error) override;
+
+    // Service manager (win32_services.cpp).
+    uint32_t sc_open_manager(const std::string &database, ScHandle *out) override;
+    uint32_t sc_open_service(ScHandle manager, const std::string &name, uint32_t access,
+                             ScHandle *out) override;
+    uint32_t sc_create_service(ScHandle manager, const ServiceDefinition &service, ScHandle *out) override;
+    uint32_t sc_set_description(ScHandle service, const std::string &description) override;
+    uint32_t sc_delete_service(ScHandle service) override;
+    uint32_t sc_control_stop(ScHandle service, ServiceStatus *status) override;
+    uint32_t sc_query_status(ScHandle service, ServiceStatus *status) override;
+    uint32_t sc_close(ScHandle handle) override;
+    // Whole-file replacement (win32_replace.cpp).
+    bool list_directory(const std::string &path, std::vector<std::string> *names, SysError *error) override;
+    bool process_running(uint32_t process_id) override;
+    bool flush_file(FileHandle file, SysError *error) override;
+    bool replace_file(const std::string &replacement, const std::string &target, SysError *error) override;
+    // System figures (win32_system.cpp).
+    bool device_number(const std::string &path, uint32_t *device, SysError *error) override;
+    bool volume_space(const std::string &directory, VolumeSpace *space, SysError *error) override;
+    uint32_t processor_count() override;
+    uint64_t physical_memory_bytes() override;
+    std::optional<uint32_t> processor_mhz() override;
+    uint64_t ticks() override;
+    std::optional<int64_t> tick_rate() override;
+    // Running-instance markers (win32_markers.cpp); command processor and
+    // program groups (win32_shell.cpp).
+    bool instance_marker_exists(const std::string &name) override;
+    bool create_instance_marker(const std::string &name) override;
+    bool release_instance_marker(const std::string &name) override;
+    bool run_command(const std::string &command, uint32_t *exit_status, SysError *error) override;
+    std::optional<std::string> common_programs_folder() override;
+    bool remove_directory_tree(const std::string &path, SysError *error) override;
 };
 
 }  // namespace dpl::platform::win32

@@ -1,0 +1,38 @@
+// Which lines of an onconfig text must be written back as they were read,
+// worked out without the library's parser.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "fuzz_support.hpp"
+
+namespace dpl::fuzz {
+
+// Lines that must be written as they were read: short enough to be read
+// whole, without NUL, and blank, a comment, or white space before any '#'.
+// A line after one with a NUL is left out: a piece that begins with NUL is
+// dropped, which can join the lines around it.
+inline std::vector<std::string_view> verbatim_lines(std::string_view text) {
+    std::vector<std::string_view> kept;
+    bool after_nul = false;
+    std::size_t start = 0;
+    while (start < text.size()) {
+        std::size_t end = text.find('\n', start);
+        const bool has_end = end != std::string_view::npos;
+        if (!has_end) end = text.size();
+        const std::string_view line = text.substr(start, end - start);
+        const bool nul = line.find('\0') != std::string_view::npos;
+        const std::size_t limit = has_end ? 253 : 254;
+        if (!nul && !after_nul && line.size() <= limit) {
+            std::size_t at = 0;
+            while (at < line.size() && line[at] != '#' && is_space(line[at])) ++at;
+            if (at == line.size() || line[at] == '#') kept.push_back(line);
+        }
+        after_nul = nul;
+        start = end + 1;
+    }
+    return kept;
+}
+
+}  // namespace dpl::fuzz
