@@ -1,6 +1,6 @@
 // The listener services and instance calls of the machine, over the
 // library's deployment calls.
-#include "removal/deployment_calls.hpp"
+#include "dpl/dpl.h"
 #include "removal/installation_instances.hpp"
 
 namespace dpl::removal {
