@@ -47,13 +47,16 @@ protected:
     }
     // The expected file with its placeholders filled in; chunk paths as the
     // statements give them, in their short form where the system has one.
-    std::string expected(const std::string &name, std::map<std::string, std::string> fill) const {
+    std::string expected(const std::string &name, std::map<std::string, std::string> fill,
+                         bool chunk_paths = true) const {
         std::string text =
             without_carriage_returns(read_file(std::string(DPL_TEST_DATA_DIR) + "/deploy/" + name));
         fill["@USER@"] = dplGetInstallingUser(block);
         for (const auto &[placeholder, value] : fill) {
             std::string shown = value;
-            if (auto short_form = platform::current().short_path(value, 255)) shown = *short_form;
+            if (chunk_paths && placeholder != "@USER@") {
+                if (auto short_form = platform::current().short_path(value, 255)) shown = *short_form;
+            }
             for (std::size_t at = text.find(placeholder); at != std::string::npos;
                  at = text.find(placeholder)) {
                 text.replace(at, placeholder.size(), shown);
@@ -119,7 +122,7 @@ TEST_F(DeployScript, DemonstrationInstanceWithAndWithoutTheListener) {
         std::filesystem::remove(instance_dir / "etc" / "sysadmin" / "sch_init_ol_test.sql");
         ASSERT_EQ(0, json ? dplSetInstallModeNoSQL(block) : dplUnSetInstallModeNoSQL(block));
         frame_around([](InstallControlBlock *b) { EXPECT_EQ(0, dplDeployDemoInstance(b)); });
-        EXPECT_EQ(expected(json ? "demo_json.sql" : "demo.sql", {{"@DATA@", pool}}), script()) << json;
+        EXPECT_EQ(expected(json ? "demo_json.sql" : "demo.sql", {{"@DATA@", pool}}, false), script()) << json;
     }
 }
 
