@@ -21,7 +21,7 @@ const char kProductSecurity[] =
     "\"Owner\"=\"tag three\"\r\n"
     "\"Mode\"=dword:00000007\r\n\r\n"
     "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Orvandex\\DBMS\\12.10\\Security3\\Users]\r\n"
-    "\"Admin\"=\"informix\"\r\n\r\n"
+    "\"Admin\"=\"orvandex\"\r\n\r\n"
     "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Orvandex\\DBMS\\12.10\\Security3\\Users\\Extra]\r\n"
     "\"Deep\"=\"yes\"\r\n";
 
@@ -97,7 +97,7 @@ TEST_F(WriteEnv, SecurityKeyOfTheInstallTag) {
     EXPECT_EQ(std::string("tag three") + '\0', value_at(kInstanceKey + "\\Security", "Owner").data);
     EXPECT_TRUE(kDwordSeven == value_at(kInstanceKey + "\\Security", "Mode"));
     EXPECT_TRUE(kDwordFive == value_at(kInstanceKey + "\\Security\\Users", "UIDSeed"));
-    EXPECT_EQ(std::string("informix") + '\0', value_at(kInstanceKey + "\\Security\\Users", "Admin").data);
+    EXPECT_EQ(std::string("orvandex") + '\0', value_at(kInstanceKey + "\\Security\\Users", "Admin").data);
     EXPECT_EQ("Deep=yes\n", values_of(kInstanceKey + "\\Security\\Users\\Extra"));
 }
 
