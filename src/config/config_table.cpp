@@ -81,7 +81,10 @@ bool is_repeatable(std::string_view name) {
 }
 
 struct ConfigTable::Impl {
-    std::vector<std::unique_ptr<Line[]>> blocks;
+    // Each block reserves its lines and constructs them as they are taken,
+    // so a new table costs no zeroing of a thousand lines; a reserved block
+    // never reallocates, so lines never move.
+    std::vector<std::vector<Line>> blocks;
     std::size_t count = 0;
     uint64_t versions = 0;  // the last version handed out, table-wide
     // Keys view the names inside the lines, which never change.
@@ -90,7 +93,11 @@ struct ConfigTable::Impl {
     Line &line(Index at) { return blocks[at / kBlockEntries][at % kBlockEntries]; }
     const Line &line(Index at) const { return blocks[at / kBlockEntries][at % kBlockEntries]; }
 
-    void grow() { blocks.push_back(std::make_unique<Line[]>(kBlockEntries)); }
+    void grow() {
+        std::vector<Line> block;
+        block.reserve(kBlockEntries);
+        blocks.push_back(std::move(block));
+    }
 
     Index find(std::string_view name, const std::optional<std::string_view> &field) const {
         const auto found = index.find(compare_key(name));
@@ -101,7 +108,10 @@ struct ConfigTable::Impl {
 
     Line &next_line() {
         if (count == blocks.size() * kBlockEntries) grow();
-        return line(count);
+        std::vector<Line> &block = blocks[count / kBlockEntries];
+        // A line taken by an insertion that then failed is taken again.
+        if (block.size() == count % kBlockEntries) block.emplace_back();
+        return block[count % kBlockEntries];
     }
 };
 
