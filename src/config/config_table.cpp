@@ -230,9 +230,13 @@ void ConfigTable::append_value(Index index, std::string_view suffix) {
     line.version = ++impl_->versions;
 }
 
-uint64_t ConfigTable::value_version(Index index) const { return impl_->line(index).version; }
+uint64_t ConfigTable::value_version(Index index) const {
+    return impl_->line(index).version;
+}
 
-std::string_view ConfigTable::value_view(Index index) const { return impl_->line(index).value; }
+std::string_view ConfigTable::value_view(Index index) const {
+    return impl_->line(index).value;
+}
 
 ConfigEntry &ConfigTable::entry(Index index) {
     return impl_->line(index).record;

@@ -1,7 +1,8 @@
 #include "core/replacement_file.hpp"
 
-#include <cstring>
 #include <vector>
+
+#include "core/text_file.hpp"
 
 namespace dpl::core {
 namespace {
@@ -113,18 +114,7 @@ bool ReplacementFile::open(const std::string &path, uint32_t *error) {
 
 bool ReplacementFile::write(std::string_view text) {
     if (file_ == platform::kNoFile || failed_) return false;
-    const char *line_end = platform::current().text_line_end();
-    if (std::strcmp(line_end, "\n") == 0) {
-        pending_.append(text);
-    } else {
-        for (const char c : text) {
-            if (c == '\n') {
-                pending_ += line_end;
-            } else {
-                pending_.push_back(c);
-            }
-        }
-    }
+    append_text_mode(&pending_, text);
     constexpr std::size_t kFlushSize = 1 << 16;
     if (pending_.size() >= kFlushSize) flush_pending();
     return !failed_;

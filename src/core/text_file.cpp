@@ -53,51 +53,19 @@ bool LinePieces::next(std::string_view *piece) {
     return true;
 }
 
-bool TextFileWriter::open(const std::string &path, uint32_t *error) {
-    close();
-    platform::OpenOptions options;
-    options.read = false;
-    options.write = true;
-    options.share_read = true;
-    options.disposition = platform::Disposition::CreateAlways;
-    file_ = platform::current().open_file(path, options, error);
-    failed_ = false;
-    return file_ != platform::kNoFile;
-}
-
-bool TextFileWriter::write(std::string_view text) {
-    if (file_ == platform::kNoFile) return false;
-    const char *line_end = platform::current().text_line_end();
-    if (std::strcmp(line_end, "\n") == 0) {
-        pending_.append(text);
-    } else {
-        for (const char c : text) {
-            if (c == '\n') {
-                pending_ += line_end;
-            } else {
-                pending_.push_back(c);
-            }
-        }
+void append_text_mode(std::string *out, std::string_view text) {
+    const std::string_view line_end = platform::current().text_line_end();
+    if (line_end == "\n") {
+        out->append(text);
+        return;
     }
-    constexpr std::size_t kFlushSize = 1 << 16;
-    if (pending_.size() >= kFlushSize) flush();
-    return !failed_;
-}
-
-bool TextFileWriter::flush() {
-    if (!pending_.empty() && !platform::current().write_file(file_, pending_.data(), pending_.size())) {
-        failed_ = true;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t newline = text.find('\n', at);
+        out->append(text.substr(at, newline - at));
+        if (newline == std::string_view::npos) break;
+        out->append(line_end);
+        at = newline + 1;
     }
-    pending_.clear();
-    return !failed_;
-}
-
-bool TextFileWriter::close() {
-    if (file_ == platform::kNoFile) return !failed_;
-    flush();
-    if (platform::current().close_file(file_) != 0) failed_ = true;
-    file_ = platform::kNoFile;
-    return !failed_;
 }
 
 }  // namespace dpl::core

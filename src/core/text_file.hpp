@@ -29,26 +29,8 @@ private:
     std::size_t at_ = 0;
 };
 
-// A file created (or truncated) for writing text.
-class TextFileWriter {
-public:
-    TextFileWriter() = default;
-    TextFileWriter(const TextFileWriter &) = delete;
-    TextFileWriter &operator=(const TextFileWriter &) = delete;
-    ~TextFileWriter() { close(); }
-
-    // False when the file cannot be created; `error` holds the system code.
-    bool open(const std::string &path, uint32_t *error);
-    bool write(std::string_view text);
-    // False when a write or the close failed.
-    bool close();
-
-private:
-    bool flush();
-
-    platform::FileHandle file_ = platform::kNoFile;
-    std::string pending_;  // written in large pieces, not once per line
-    bool failed_ = false;
-};
+// Appends `text` to `out` as text mode writes it: each "\n" becomes the
+// platform's line end.
+void append_text_mode(std::string *out, std::string_view text);
 
 }  // namespace dpl::core

@@ -1,5 +1,6 @@
 #include "deploy/deploy_script.hpp"
 
+#include "core/text_file.hpp"
 #include "trace/trace.hpp"
 
 namespace dpl::deploy {
@@ -39,18 +40,19 @@ bool ScriptFile::open(const InstallControlBlock &block, Instance &instance) {
 bool ScriptFile::close() {
     if (file_ == platform::kNoFile) return true;
     auto &os = platform::current();
-    const std::string_view line_end = os.text_line_end();
     std::string text;
-    if (line_end == "\n") {
+    if (std::string_view(os.text_line_end()) == "\n") {
         text.swap(pending_);
     } else {
-        text.reserve(pending_.size() + pending_.size() / 16);
-        for (const char c : pending_) {
-            if (c == '\n') {
-                text.append(line_end);
-            } else {
-                text.push_back(c);
-            }
+        try {
+            core::append_text_mode(&text, pending_);
+        } catch (...) {
+            // Nothing of this writer's text is written: the file stays as the
+            // previous writer left it.
+            os.close_file(file_);
+            file_ = platform::kNoFile;
+            pending_.clear();
+            throw;
         }
         pending_.clear();
     }

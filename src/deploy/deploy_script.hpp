@@ -21,7 +21,13 @@ public:
     ScriptFile() = default;
     ScriptFile(const ScriptFile &) = delete;
     ScriptFile &operator=(const ScriptFile &) = delete;
-    ~ScriptFile() { close(); }
+    // A writer that throws before closing leaves its text unwritten.
+    ~ScriptFile() {
+        try {
+            close();
+        } catch (...) {  // NOLINT(bugprone-empty-catch): the handle is closed by then
+        }
+    }
 
     // Opens the script for appending (creating it in an existing directory).
     // False, after the log line "dplGetDeployFile: <path> not found.", when

@@ -15,6 +15,8 @@
 namespace dpl::test {
 namespace {
 
+const uint32_t kTcp = 0x5E;
+
 struct Machine {
     ScratchDir root;
     std::string services = root.file("etc/services");
@@ -49,6 +51,22 @@ struct Machine {
         ASSERT_EQ(0, dplWindowsReadConnections(block, sqlhosts.c_str()));
         ASSERT_EQ(0, dplReadConfig(instance(), onconfig.c_str()));
     }
+    // An instance ready to deploy: its directories, root chunk and account.
+    void deployable() {
+        std::filesystem::create_directories(root.path() / "etc" / "sysadmin");
+        open();
+        ASSERT_EQ(0, dplReadConfig(instance(), onconfig.c_str()));
+        ASSERT_EQ(0, dplAddConnection(block, "srv", kTcp, "localhost", 9002, "svc_b", nullptr));
+        ASSERT_EQ(0, dplSetConfig(instance(), "ROOTPATH", root.file("rootdbs").c_str(), nullptr));
+        ASSERT_EQ(0, dplSetConfig(instance(), "SERVERNUM", "3", nullptr));
+        ASSERT_EQ(0, dplSetEnvironment(block, "ONCONFIG", "onconfig.srv"));
+        ASSERT_EQ(0, dplSetInstallationProperty(block, DPL_P_RUNAS_USER, 0));
+        ASSERT_EQ(0, dplAddUserGroupRequired(block, DPL_ACCOUNT_PRODUCT_USER, "orvandex", "orvandex"));
+    }
+    void deployed() {
+        deployable();
+        ASSERT_EQ(0, deployInstallation(block));
+    }
 };
 
 // A pointer result: 0 when there is one, -1000 when there is none.
@@ -65,8 +83,6 @@ struct EntryCase {
     // what that step's failure answers, that answer stands.
     std::set<int64_t> documented = {};
 };
-
-const uint32_t kTcp = 0x5E;
 
 const EntryCase kCases[] = {
     {"init_API", [](Machine &) {},
@@ -158,6 +174,23 @@ const EntryCase kCases[] = {
      0},
     {"dplCreateFile", [](Machine &m) { m.open(); },
      [](Machine &m) { return int64_t{dplCreateFile(m.block, m.created.c_str())}; }, 0},
+    // A registry value or file step that fails for want of memory answers as
+    // that step's documented failure.
+    {"dplWriteEnv",
+     [](Machine &m) { m.open(); },
+     [](Machine &m) { return int64_t{dplWriteEnv(m.block)}; },
+     0,
+     {DPL_E_FAIL}},
+    {"deployInstallation",
+     [](Machine &m) { m.deployable(); },
+     [](Machine &m) { return int64_t{deployInstallation(m.block)}; },
+     0,
+     {DPL_E_FAIL}},
+    {"dplRemoveInstance",
+     [](Machine &m) { m.deployed(); },
+     [](Machine &m) { return int64_t{dplRemoveInstance(m.block, "srv")}; },
+     0,
+     {DPL_E_FAIL}},
     {"dplCompareVers", [](Machine &) {},
      [](Machine &) { return int64_t{dplCompareVers("12.10.FC1", "12.10.FC1")}; }, DPL_VERS_SAME},
 };

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <set>
 #include <string>
 
 #include "dpl/dpl.h"
@@ -114,6 +115,93 @@ TEST_F(WriterFaultSweep, ConfigurationFile) {
     sweep.files = {{onconfig}};
     EXPECT_GT(run_fault_sweep(sweep), 5u);
     EXPECT_EQ("# onconfig\nROOTPATH /data/new # the root\n\nDBSERVERNAME srv\n", read_file_text(onconfig));
+}
+
+TEST_F(WriterFaultSweep, EnvironmentCommandFile) {
+    const std::string command_file = root.file("ol_env.cmd");
+    FaultSweep sweep;
+    sweep.prepare = [&] {
+        write_file(command_file, "set OLD=1\n");
+        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
+                                            platform::RegView::Default);
+        open_context(0);
+        dplSetEnvironment(block, "ORVANDEXDIR", root.path().string().c_str());
+        dplSetEnvironment(block, "ORVANDEXSERVER", "ol_env");
+        dplSetEnvironment(block, "QUOTED", "say \"hi\" 100%");
+    };
+    sweep.run = [&] { return dplWriteEnv(block); };
+    sweep.release = [&] { close_context(); };
+    sweep.codes = {DPL_OK, DPL_E_FAIL, DPL_E_OPEN_WRITE, DPL_E_NOMEM};
+    sweep.files = {{command_file, true, {DPL_E_FAIL}}};
+    EXPECT_GT(run_fault_sweep(sweep), 5u);
+}
+
+// A whole deployment and its removal. What a deployment writes whole must be
+// old or new; the set-up script is an append and is not watched.
+class DeploymentFaultSweep : public WriterFaultSweep {
+protected:
+    void prepare_installation() {
+        std::filesystem::remove_all(inst);
+        std::filesystem::create_directories(inst / "etc" / "sysadmin");
+        std::filesystem::create_directories(inst / "data");
+        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
+                                            platform::RegView::Default);
+        open_context(DPL_MODE_NO_PORT_TEST);
+        const std::string dir = inst.string();
+        dplSetEnvironment(block, "ORVANDEXDIR", dir.c_str());
+        dplSetEnvironment(block, "ORVANDEXSERVER", "ol_sweep");
+        dplSetEnvironment(block, "ONCONFIG", "onconfig.ol_sweep");
+        dplSetEnvironment(block, "ORVANDEXSQLHOSTS", (inst / "etc" / "sqlhosts.ol_sweep").string().c_str());
+        Instance *instance = dplGetCurrentInstance(block);
+        ASSERT_EQ(0, dplSetConfig(instance, "ROOTPATH", rootdbs.c_str(), nullptr));
+        ASSERT_EQ(0, dplSetConfig(instance, "SERVERNUM", "3", nullptr));
+        ASSERT_EQ(0, dplAddConnection(block, "ol_sweep", dplMapStringtoProtocol("onsoctcp"), "localhost", 0,
+                                      "svc_a", nullptr));
+        ASSERT_EQ(0, dplSetInstallationProperty(block, DPL_P_RUNAS_USER, 0));
+        ASSERT_EQ(0, dplAddUserGroupRequired(block, DPL_ACCOUNT_PRODUCT_USER, "orvandex", "orvandex"));
+    }
+    void release_installation() {
+        dplWinServiceDelete(block, "ol_sweep");
+        close_context();
+    }
+
+    const std::filesystem::path inst = root.path() / "inst";
+    const std::string rootdbs = (inst / "data" / "rootdbs").string();
+    const std::string command_file = (inst / "ol_sweep.cmd").string();
+    const std::string onconfig = (inst / "etc" / "onconfig.ol_sweep").string();
+    const std::string sqlhosts_file = (inst / "etc" / "sqlhosts.ol_sweep").string();
+};
+
+TEST_F(DeploymentFaultSweep, Deployment) {
+    FaultSweep sweep;
+    sweep.prepare = [&] { prepare_installation(); };
+    sweep.run = [&] { return deployInstallation(block); };
+    sweep.release = [&] { release_installation(); };
+    // The result is the service step's; the files before it may have stopped
+    // on their own documented failures, keeping the lines written until then.
+    sweep.codes = {DPL_OK, DPL_E_FAIL, DPL_E_NULL_ARGUMENT, DPL_E_NOMEM};
+    const std::set<int32_t> any = sweep.codes;
+    sweep.files = {{command_file, false, any}, {onconfig, false, any}, {sqlhosts_file, false, any}};
+    EXPECT_GT(run_fault_sweep(sweep), 20u);
+}
+
+TEST_F(DeploymentFaultSweep, Removal) {
+    FaultSweep sweep;
+    sweep.prepare = [&] {
+        prepare_installation();
+        ASSERT_EQ(0, deployInstallation(block));
+        write_file((inst / "etc" / "oncfg_ol_sweep.3").string(),
+                   "Chunk 1 2 3 4 5 6 7 8 9 " + std::to_string(rootdbs.size()) + " " + rootdbs + "\n");
+    };
+    sweep.run = [&] { return dplRemoveInstance(block, "ol_sweep"); };
+    sweep.release = [&] { release_installation(); };
+    sweep.codes = {DPL_OK, DPL_E_FAIL, DPL_E_NOMEM};
+    // A file that could not be removed is only logged: a success may leave it.
+    sweep.files = {{command_file, false}, {onconfig, false}, {sqlhosts_file, false}, {rootdbs, false}};
+#ifndef _WIN32
+    sweep.files.push_back({root.file("etc/services"), false});
+#endif
+    EXPECT_GT(run_fault_sweep(sweep), 20u);
 }
 
 }  // namespace

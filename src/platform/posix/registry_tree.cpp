@@ -1,6 +1,7 @@
 #include "platform/posix/registry_tree.hpp"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace dpl::platform::posix {
@@ -38,13 +39,43 @@ std::size_t name_length(std::string_view name) {
 RegTreeKey::RegTreeKey(std::string name) : name_(std::move(name)), folded_(fold_name(name_)) {}
 
 RegTreeKey::~RegTreeKey() {
-    // Flatten the subtree so that each node dies with no children left.
+    // Flatten the subtree so that each node dies with no children left: a
+    // recursive teardown of a deep tree would run out of stack.
     std::vector<std::unique_ptr<RegTreeKey>> pending = std::move(subkeys_);
-    while (!pending.empty()) {
-        std::unique_ptr<RegTreeKey> key = std::move(pending.back());
-        pending.pop_back();
-        for (auto &child : key->subkeys_) pending.push_back(std::move(child));
-        key->subkeys_.clear();
+    std::unique_ptr<RegTreeKey> key;
+    try {
+        while (!pending.empty()) {
+            key = std::move(pending.back());
+            pending.pop_back();
+            if (!key) continue;
+            for (auto &child : key->subkeys_) pending.push_back(std::move(child));
+            key->subkeys_.clear();
+            key.reset();  // no children left: nothing recursive
+        }
+    } catch (const std::bad_alloc &) {
+        // No memory to flatten with: what remains is taken apart leaf by
+        // leaf, the key being flattened first.
+        if (key) key->release_leaf_by_leaf();
+        key.reset();
+        subkeys_ = std::move(pending);
+        release_leaf_by_leaf();
+    }
+}
+
+// Removes one leaf at a time, found by walking down the last subkeys; needs
+// no memory. Slots already emptied by the flattening are dropped on the way.
+void RegTreeKey::release_leaf_by_leaf() noexcept {
+    for (;;) {
+        RegTreeKey *parent = nullptr;
+        RegTreeKey *node = this;
+        for (;;) {
+            while (!node->subkeys_.empty() && !node->subkeys_.back()) node->subkeys_.pop_back();
+            if (node->subkeys_.empty()) break;
+            parent = node;
+            node = node->subkeys_.back().get();
+        }
+        if (parent == nullptr) return;
+        parent->subkeys_.pop_back();
     }
 }
 

@@ -75,6 +75,7 @@ public:
     bool same_as(const RegTreeKey &other) const;
 
 private:
+    void release_leaf_by_leaf() noexcept;
     std::size_t subkey_position(std::string_view folded) const;
 
     std::string name_;
