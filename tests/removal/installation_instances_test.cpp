@@ -185,7 +185,7 @@ protected:
         }
         return text.str();
     }
-    // The Part's count lines of the log since the last call.
+    // The lines of the log that count instances, since the last call.
     std::string count_lines() {
         std::istringstream log(take_log());
         std::string lines;
@@ -200,19 +200,18 @@ protected:
         ASSERT_EQ(0u,
                   os.reg_open_key(platform::kLocalMachine, "SYSTEM\\CurrentControlSet\\Services\\" + service,
                                   platform::RegView::Default, &key));
-        for (const auto &[name, number] : {std::pair{"DplState", state}, std::pair {
-                                               "DplStopPolls",
-                                               stop_polls
-                                           }}) {
+        const auto set = [&](const char *name, uint32_t number) {
             std::string data;
             for (int shift = 0; shift < 32; shift += 8)
                 data.push_back(static_cast<char>((number >> shift) & 0xFF));
             EXPECT_EQ(0u, os.reg_set_value(key, name, platform::RegValue{platform::regtype::kDword, data}));
-        }
+        };
+        set("DplState", state);
+        set("DplStopPolls", stop_polls);
         os.reg_close_key(key);
     }
 #endif
-    RecordingPlatform os;  // counts the time spent waiting instead of waiting
+    RecordingPlatform recording;  // counts the time spent waiting instead of waiting
     static inline const std::vector<std::pair<std::string, const char *>> kInstances{
         {"ol_one", "first"}, {"ol_two", "second"}, {"ol_three", "second"}};
 };
@@ -254,7 +253,7 @@ TEST_F(RegisteredServices, StoppingThenRemovingTheSecondInstallation) {
         EXPECT_EQ(expected, count_lines());
         EXPECT_EQ(step.services, services());
         EXPECT_EQ(step.online, subkeys_of("SOFTWARE\\Orvandex\\Online"));
-        EXPECT_EQ(0u, os.slept_ms);
+        EXPECT_EQ(0u, recording.slept_ms);
     }
     EXPECT_TRUE(std::filesystem::exists(root.path() / "first" / "etc" / "onconfig.ol_one"));
     EXPECT_FALSE(std::filesystem::exists(root.path() / "second" / "etc" / "onconfig.ol_two"));
