@@ -1,5 +1,5 @@
-// Listing the registered instances of a machine with many of them, and
-// asking whether an instance is running.
+// Listing the registered instances of a machine with many of them, stopping
+// them all, and asking whether an instance is running.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -55,7 +55,27 @@ void GetInstanceNames(benchmark::State &state) {
     }
     state.SetComplexityN(state.range(0));
 }
-BENCHMARK(GetInstanceNames)->Arg(250)->Arg(500)->Arg(1000)->Unit(benchmark::kMillisecond)->Complexity();
+BENCHMARK(GetInstanceNames)
+    ->Arg(100)
+    ->Arg(250)
+    ->Arg(500)
+    ->Arg(1000)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity();
+
+// Every instance is registered but neither it nor its listener is a service
+// of the machine any more.
+void StopInstallationInstances(benchmark::State &state) {
+    const RegisteredMachine machine(static_cast<int>(state.range(0)));
+    InstallControlBlock *block = init_API(0, 1, "Orvandex", "12.10.FC1");
+    if (block == nullptr) state.SkipWithError("no block");
+    for (auto _ : state) {
+        if (dplStopInstallationInstances(block, "C:\\Inst0") != 0) state.SkipWithError("not stopped");
+    }
+    finish(block);
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(StopInstallationInstances)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond)->Complexity();
 
 void InstanceEventExists(benchmark::State &state) {
     const RegisteredMachine machine(1);

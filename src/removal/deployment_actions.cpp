@@ -1,17 +1,27 @@
-// The listener services and instance calls of the machine, over the
-// library's deployment calls.
+// The listener services and instance calls of the machine.
 #include "dpl/dpl.h"
+#include "platform/platform.hpp"
 #include "removal/installation_instances.hpp"
 
 namespace dpl::removal {
 namespace {
 
+// Only the stop control is sent: nobody waits for a listener to go down, and
+// nothing here is reported.
 class SystemListeners final : public ListenerServices {
 public:
-    void stop(InstallControlBlock *block, const std::string &server, bool remove) override {
-        const std::string service = server + "_json";
-        (void)dplStopInstance(block, service.c_str());
-        if (remove) (void)dplWinServiceDelete(block, service.c_str());
+    void stop(const std::string &server, bool remove) override {
+        auto &os = platform::current();
+        platform::ScopedScHandle manager;
+        if (os.sc_open_manager("", manager.out()) != 0) return;
+        platform::ScopedScHandle service;
+        if (os.sc_open_service(manager.get(), server + "_json", platform::scaccess::kServiceAll,
+                               service.out()) != 0) {
+            return;
+        }
+        platform::ServiceStatus status;
+        (void)os.sc_control_stop(service.get(), &status);
+        if (remove) (void)os.sc_delete_service(service.get());
     }
 };
 

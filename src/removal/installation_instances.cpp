@@ -43,9 +43,59 @@ bool has_text(const char *text) {
     return text != nullptr && text[0] != '\0';
 }
 
+// What the walk over the registered instances does to each of them.
+struct Action {
+    const char *verb;  // "stop" or "remove", as the messages say it
+    const char *done;  // "Stopped" or "Removed"
+    bool delete_listener;
+    bool skip_empty_names;
+    int32_t (InstanceCalls::*call)(InstallControlBlock *, const char *);
+};
+
+constexpr Action kStop{"stop", "Stopped", false, true, &InstanceCalls::stop};
+constexpr Action kRemove{"remove", "Removed", true, false, &InstanceCalls::remove};
+
+// Lists the registered instances and handles each with its listener. Only a
+// plain failure counts as one: the instance calls report their other codes
+// themselves.
+int32_t act_on_each(InstallControlBlock *block, const char *install_dir, const Action &action,
+                    ListenerServices &listeners, InstanceCalls &instances) {
+    const InstanceList list(block);
+    if (!list.listed()) {
+        if (list.count() != 0) {
+            ht_log("Unable to retrieve instance list for ORVANDEXDIR: %s\n", install_dir);
+            return DPL_E_FAIL;
+        }
+        ht_log("No instances to be updated");
+        return DPL_OK;
+    }
+    if (list.count() == 0) return DPL_OK;
+    ht_log("Found %d instance(s) to %s for ORVANDEXDIR: %s\n", static_cast<int>(list.count()), action.verb,
+           install_dir);
+    int done = 0;
+    int failed = 0;
+    for (int32_t i = 0; i < list.count(); ++i) {
+        const char *name = list.name(i) != nullptr ? list.name(i) : "";
+        if (action.skip_empty_names && name[0] == '\0') continue;
+        listeners.stop(name, action.delete_listener);
+        if ((instances.*action.call)(block, name) == DPL_E_FAIL) {
+            ++failed;
+        } else {
+            ++done;
+        }
+    }
+    if (done > 0) ht_log("%s %d instance(s) for ORVANDEXDIR: %s\n", action.done, done, install_dir);
+    if (failed > 0) {
+        ht_log("Unable to %s %d instance(s) for ORVANDEXDIR: %s\n", action.verb, failed, install_dir);
+        return DPL_E_FAIL;
+    }
+    return DPL_OK;
+}
+
+// An install-mode block whose ORVANDEXDIR already names the directory is
+// used as it is; a maintenance block always gets a fresh current instance.
 int32_t stop_all(InstallControlBlock *block, const char *install_dir, ListenerServices &listeners,
                  InstanceCalls &instances) {
-    const int32_t status = DPL_OK;
     bool directory_set = false;
     if ((block->mode & DPL_MODE_MAINTENANCE) == 0) {
         const char *current = nullptr;
@@ -60,34 +110,7 @@ int32_t stop_all(InstallControlBlock *block, const char *install_dir, ListenerSe
         const int32_t rc = set_directory_variable(block, install_dir);
         if (rc != DPL_OK) return rc;
     }
-    const InstanceList list(block);
-    if (!list.listed()) {
-        if (list.count() == 0) {
-            ht_log("No instances to be updated");
-            return status;
-        }
-        ht_log("Unable to retrieve instance list for ORVANDEXDIR: %s\n", install_dir);
-        return DPL_E_FAIL;
-    }
-    if (list.count() == 0) return status;
-    ht_log("Found %d instance(s) to stop for ORVANDEXDIR: %s\n", static_cast<int>(list.count()), install_dir);
-    int stopped = 0;
-    int failed = 0;
-    for (int32_t i = 0; i < list.count(); ++i) {
-        if (!has_text(list.name(i))) continue;
-        listeners.stop(block, list.name(i), false);
-        if (instances.stop(block, list.name(i)) == DPL_E_FAIL) {
-            ++failed;
-        } else {
-            ++stopped;
-        }
-    }
-    if (stopped > 0) ht_log("Stopped %d instance(s) for ORVANDEXDIR: %s\n", stopped, install_dir);
-    if (failed > 0) {
-        ht_log("Unable to stop %d instance(s) for ORVANDEXDIR: %s\n", failed, install_dir);
-        return DPL_E_FAIL;
-    }
-    return status;
+    return act_on_each(block, install_dir, kStop, listeners, instances);
 }
 
 int32_t remove_all(InstallControlBlock *block, const char *install_dir, ListenerServices &listeners,
@@ -100,36 +123,7 @@ int32_t remove_all(InstallControlBlock *block, const char *install_dir, Listener
     int32_t rc = set_directory(block, install_dir);
     if (rc == DPL_OK) rc = set_directory_variable(block, install_dir);
     if (rc != DPL_OK) return rc;
-    const InstanceList list(block);
-    if (!list.listed()) {
-        if (list.count() != 0) {
-            ht_log("Unable to retrieve instance list for ORVANDEXDIR: %s\n", install_dir);
-            return DPL_E_FAIL;
-        }
-        ht_log("No instances to be updated");
-        return DPL_OK;
-    }
-    if (list.count() == 0) return DPL_OK;
-    ht_log("Found %d instance(s) to remove for ORVANDEXDIR: %s\n", static_cast<int>(list.count()),
-           install_dir);
-    int removed = 0;
-    int failed = 0;
-    for (int32_t i = 0; i < list.count(); ++i) {
-        const char *name = list.name(i) != nullptr ? list.name(i) : "";
-        listeners.stop(block, name, true);
-        // Only a plain failure counts: the removal reports its other codes itself.
-        if (instances.remove(block, name) == DPL_E_FAIL) {
-            ++failed;
-        } else {
-            ++removed;
-        }
-    }
-    if (removed > 0) ht_log("Removed %d instance(s) for ORVANDEXDIR: %s\n", removed, install_dir);
-    if (failed > 0) {
-        ht_log("Unable to remove %d instance(s) for ORVANDEXDIR: %s\n", failed, install_dir);
-        return DPL_E_FAIL;
-    }
-    return DPL_OK;
+    return act_on_each(block, install_dir, kRemove, listeners, instances);
 }
 
 }  // namespace

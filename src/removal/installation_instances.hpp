@@ -16,7 +16,7 @@ namespace dpl::removal {
 class ListenerServices {
 public:
     virtual ~ListenerServices() = default;
-    virtual void stop(InstallControlBlock *block, const std::string &server, bool remove) = 0;
+    virtual void stop(const std::string &server, bool remove) = 0;
 };
 
 // Stopping and removing one instance.

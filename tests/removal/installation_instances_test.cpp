@@ -1,12 +1,16 @@
 // Stopping and removing every registered instance of a machine with two
 // installations: what is done to each instance and its listener, the
-// counts and the messages.
+// counts and the messages; then the same against the machine's own service
+// manager.
 #include <filesystem>
 #include <map>
+#include <sstream>
 #include <vector>
 
 #include "discovery/discovery_fixture.hpp"
+#include "platform/platform.hpp"
 #include "removal/installation_instances.hpp"
+#include "support/recording_platform.hpp"
 
 namespace dpl::test {
 namespace {
@@ -14,7 +18,7 @@ namespace {
 // Records what was asked and answers what the test scripted per server.
 class ScriptedCalls : public removal::ListenerServices, public removal::InstanceCalls {
 public:
-    void stop(InstallControlBlock *, const std::string &server, bool remove) override {
+    void stop(const std::string &server, bool remove) override {
         done.push_back(server + (remove ? "_json stop+delete" : "_json stop"));
     }
     int32_t stop(InstallControlBlock *, const char *server) override {
@@ -128,6 +132,132 @@ TEST_F(InstallationInstances, RefusalsAndEmptyMachines) {
         close_block();
     }
     EXPECT_TRUE(calls.done.empty());
+}
+
+// The three instances and their listeners as services of the machine, each
+// instance's configuration file in its installation's etc directory.
+class RegisteredServices : public InstallationInstances {
+protected:
+    void SetUp() override {
+        InstallationInstances::SetUp();
+        open("12.10.FC1", DPL_MODE_MAINTENANCE);
+        for (const auto &[server, installation] : kInstances) {
+            std::filesystem::create_directories(root.path() / installation / "etc");
+            write_file((root.path() / installation / "etc" / ("onconfig." + server)).string(),
+                       "DBSERVERNAME " + server + "\n");
+            for (const std::string &service : {server, server + "_json"})
+                ASSERT_EQ(0, dplWinServiceCreate(block, service.c_str(), nullptr, nullptr,
+                                                 (dir(installation) + "\\bin\\oninit.exe").c_str(), nullptr,
+                                                 nullptr));
+        }
+#ifndef _WIN32
+        // Natively the services run; one listener never finishes stopping,
+        // which only a caller that waits for it would notice.
+        for (const auto &[server, installation] : kInstances) {
+            set_state(server, platform::scstate::kRunning, 0);
+            set_state(server + "_json", platform::scstate::kRunning, 0);
+        }
+        set_state("ol_two_json", platform::scstate::kRunning, 0xFFFFFFFFu);
+#endif
+    }
+    void TearDown() override {
+        for (const auto &[server, installation] : kInstances) {
+            dplWinServiceDelete(block, server.c_str());
+            dplWinServiceDelete(block, (server + "_json").c_str());
+        }
+        InstallationInstances::TearDown();
+    }
+    // "name=state" of every service of the instances still installed.
+    static std::string services() {
+        auto &os = platform::current();
+        platform::ScopedScHandle manager;
+        if (os.sc_open_manager("", manager.out()) != 0) return "<no manager>";
+        std::ostringstream text;
+        for (const auto &[server, installation] : kInstances) {
+            for (const std::string &name : {server, server + "_json"}) {
+                platform::ScopedScHandle service;
+                platform::ServiceStatus status;
+                if (os.sc_open_service(manager.get(), name, platform::scaccess::kQueryStatus,
+                                       service.out()) == 0 &&
+                    os.sc_query_status(service.get(), &status) == 0)
+                    text << name << "=" << status.current_state << " ";
+            }
+        }
+        return text.str();
+    }
+    // The lines of the log that count instances, since the last call.
+    std::string count_lines() {
+        std::istringstream log(take_log());
+        std::string lines;
+        for (std::string line; std::getline(log, line);)
+            if (line.find(" instance(s) ") != std::string::npos) lines += line + "\n";
+        return lines;
+    }
+#ifndef _WIN32
+    static void set_state(const std::string &service, uint32_t state, uint32_t stop_polls) {
+        auto &os = platform::current();
+        platform::RegKey key = platform::kNoKey;
+        ASSERT_EQ(0u,
+                  os.reg_open_key(platform::kLocalMachine, "SYSTEM\\CurrentControlSet\\Services\\" + service,
+                                  platform::RegView::Default, &key));
+        const auto set = [&](const char *name, uint32_t number) {
+            std::string data;
+            for (int shift = 0; shift < 32; shift += 8)
+                data.push_back(static_cast<char>((number >> shift) & 0xFF));
+            EXPECT_EQ(0u, os.reg_set_value(key, name, platform::RegValue{platform::regtype::kDword, data}));
+        };
+        set("DplState", state);
+        set("DplStopPolls", stop_polls);
+        os.reg_close_key(key);
+    }
+#endif
+    RecordingPlatform recording;  // counts the time spent waiting instead of waiting
+    static inline const std::vector<std::pair<std::string, const char *>> kInstances{
+        {"ol_one", "first"}, {"ol_two", "second"}, {"ol_three", "second"}};
+};
+
+TEST_F(RegisteredServices, StoppingThenRemovingTheSecondInstallation) {
+    const std::string second = dir("second");
+#ifndef _WIN32
+    const std::string stopping_listener = "ol_two_json=3 ";  // the stop control sent, nobody waited
+#else
+    const std::string stopping_listener = "ol_two_json=1 ";  // Wine's services never ran
+#endif
+    struct Step {
+        bool remove;
+        int32_t rc;
+        std::vector<std::string> counts;  // each followed by " for ORVANDEXDIR: <second>"
+        std::string services;
+        std::string online;
+    };
+    const Step steps[] = {
+        {false,
+         0,
+         {"Found 3 instance(s) to stop", "Stopped 3 instance(s)"},
+         "ol_one=1 ol_one_json=1 ol_two=1 " + stopping_listener + "ol_three=1 ol_three_json=1 ",
+         "ol_one\nol_three\nol_two\n"},
+        // The list is the machine's: the first installation's listener goes
+        // too, but its instance cannot be removed from the second's directory.
+        {true,
+         -1,
+         {"Found 3 instance(s) to remove", "Removed 2 instance(s)", "Unable to remove 1 instance(s)"},
+         "ol_one=1 ",
+         "ol_one\n"},
+    };
+    for (const Step &step : steps) {
+        SCOPED_TRACE(step.remove ? "remove" : "stop");
+        EXPECT_EQ(step.rc, step.remove ? dplRemoveInstallationInstances(block, second.c_str())
+                                       : dplStopInstallationInstances(block, second.c_str()));
+        std::string expected;
+        for (const std::string &count : step.counts) expected += count + " for ORVANDEXDIR: " + second + "\n";
+        EXPECT_EQ(expected, count_lines());
+        EXPECT_EQ(step.services, services());
+        EXPECT_EQ(step.online, subkeys_of("SOFTWARE\\Orvandex\\Online"));
+        EXPECT_EQ(0u, recording.slept_ms);
+    }
+    EXPECT_TRUE(std::filesystem::exists(root.path() / "first" / "etc" / "onconfig.ol_one"));
+    EXPECT_FALSE(std::filesystem::exists(root.path() / "second" / "etc" / "onconfig.ol_two"));
+    EXPECT_FALSE(std::filesystem::exists(root.path() / "second" / "etc" / "onconfig.ol_three"));
 }
 
 }  // namespace
