@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,9 @@ public:
         --open_handles;
         return 0;
     }
+    std::optional<std::string> short_path(const std::string &path, std::size_t limit) override {
+        return short_form ? short_form : RecordingPlatform::short_path(path, limit);
+    }
     bool path_status(const std::string &path, platform::PathStatus *status,
                      platform::SysError *error) override {
         if (status_errno == 0) return RecordingPlatform::path_status(path, status, error);
@@ -63,6 +67,7 @@ public:
     int open_handles = 0;
     platform::ServiceDefinition created;
     std::string password, description;
+    std::optional<std::string> short_form;  // of every path, when set
 
 private:
     uint32_t hand_out(uint32_t error, platform::ScHandle *out) {
