@@ -70,6 +70,11 @@ windows)
     NAME=$2 DATA=$3 awk '{ sub(/^ +/, ""); n = $1; sub(/^[^ ]+ +[^ ]+ +/, "") }
       n == ENVIRON["NAME"] && $0 == ENVIRON["DATA"] { found = 1 } END { exit !found }'; }
   sep='\'
+  forget_listener() {
+    wine sc delete ol_demo_json >/dev/null 2>&1
+    sed -i '/^ol_demo_json[[:space:]]/d' "$services"
+  }
+  forget_listener
   ;;
 *)
   echo "usage: $0 native|windows" >&2
@@ -146,11 +151,9 @@ if [[ $kind == native ]]; then
     '[HKEY_LOCAL_MACHINE\SYSTEM\CurrentControlSet\Services\ol_demo_json]')
 fi
 
-if [[ $kind == windows ]]; then
-  # What the removal kept goes now, so that the prefix can deploy again.
-  wine sc delete ol_demo_json >/dev/null 2>&1
-  sed -i '/^ol_demo_json[[:space:]]/d' "$services"
-fi
+# What the removal keeps goes at the end, so that the prefix can deploy
+# again (and before, in case an earlier run was stopped).
+[[ $kind == windows ]] && forget_listener
 
 if [[ $failures -eq 0 ]]; then
   echo "example: ok"
