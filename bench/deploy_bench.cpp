@@ -45,6 +45,8 @@ InstallControlBlock *instance_with_spaces(const Machine &machine, const fs::path
     dplSetEnvironment(block, "ORVANDEXDIR", machine.installation().string().c_str());
     dplSetEnvironment(block, "ORVANDEXSERVER", "ol_bench");
     dplSetEnvironment(block, "ONCONFIG", "onconfig.ol_bench");
+    dplSetEnvironment(block, "ORVANDEXSQLHOSTS",
+                      (machine.installation() / "etc" / "sqlhosts.ol_bench").string().c_str());
     Instance *instance = dplGetCurrentInstance(block);
     dplSetConfig(instance, "ROOTPATH", (data / "rootdbs").string().c_str(), nullptr);
     dplSetConfig(instance, "LOGFILES", "6", nullptr);
