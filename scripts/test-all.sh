@@ -52,7 +52,7 @@ fi
 
 echo "== valgrind: a whole dplsync run (release build), no leak and no error"
 if cmake --preset release >"$logs/release-configure.log" 2>&1 &&
-   cmake --build --preset release -j2 --target dplsync >"$logs/release-build.log" 2>&1; then
+   cmake --build --preset release -j2 --target dplsync dpl_deploy_instance >"$logs/release-build.log" 2>&1; then
   vg=$(mktemp -d /tmp/dpl-valgrind.XXXXXX)
   mkdir -p "$vg/etc"
   printf 'svc_a 9001/tcp\n' >"$vg/etc/services"
@@ -74,6 +74,15 @@ if cmake --preset release >"$logs/release-configure.log" 2>&1 &&
     passed=$((passed + 1))
   else
     tail -30 "$logs/consumer-native.log"
+    status=1
+    failed=$((failed + 1))
+  fi
+  echo "== the example installer: deploy two instances, check, remove, check (native, scratch machine root)"
+  if scripts/test-example.sh native >"$logs/example-native.log" 2>&1 && grep -q '^example: ok$' "$logs/example-native.log"; then
+    echo "example (native): ok"
+    passed=$((passed + 1))
+  else
+    grep -E '^(FAILED|example)' "$logs/example-native.log" | tail -30
     status=1
     failed=$((failed + 1))
   fi
@@ -102,6 +111,14 @@ if cmake --preset windows >"$logs/windows-configure.log" 2>&1 &&
     passed=$((passed + 1))
   else
     tail -30 "$logs/consumer-windows.log"
+    status=1
+    failed=$((failed + 1))
+  fi
+  if scripts/test-example.sh windows >"$logs/example-windows.log" 2>&1 && grep -q '^example: ok$' "$logs/example-windows.log"; then
+    echo "example (Windows, under Wine): ok"
+    passed=$((passed + 1))
+  else
+    grep -E '^(FAILED|example)' "$logs/example-windows.log" | tail -30
     status=1
     failed=$((failed + 1))
   fi

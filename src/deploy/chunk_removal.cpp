@@ -64,13 +64,32 @@ bool same_character(char a, char b) {
     return a == b || (paths::is_separator(a) && paths::is_separator(b));
 }
 
-// Removes the parents of `chunk` that are inside `installation`, nearest
+// Where the system has short (8.3) names the chunk paths the library
+// records are in that form: a chunk of "C:\Program Files\inst" is under
+// "C:\PROGRA~1\inst". Both name the installation.
+constexpr std::size_t kShortPathLimit = 255;
+
+std::vector<std::string> installation_forms(const std::string &installation) {
+    std::vector<std::string> forms{installation};
+    std::optional<std::string> short_form = platform::current().short_path(installation, kShortPathLimit);
+    if (short_form && *short_form != installation) forms.push_back(std::move(*short_form));
+    return forms;
+}
+
+bool inside_installation(const std::string &path, const std::vector<std::string> &forms) {
+    for (const std::string &form : forms) {
+        if (inside_directory(path, form)) return true;
+    }
+    return false;
+}
+
+// Removes the parents of `chunk` that are inside the installation, nearest
 // first, up to the first that cannot be removed (one that is not empty).
-void remove_empty_parents(const std::string &chunk, const std::string &installation) {
+void remove_empty_parents(const std::string &chunk, const std::vector<std::string> &installation) {
     auto &os = platform::current();
     std::optional<std::string> parent = paths::name_part(chunk, paths::kDirectoryPart);
     std::size_t previous = chunk.size();
-    while (parent && parent->size() < previous && inside_directory(*parent, installation)) {
+    while (parent && parent->size() < previous && inside_installation(*parent, installation)) {
         platform::SysError error;
         if (!os.remove_directory(*parent, &error)) return;
         previous = parent->size();
@@ -120,12 +139,13 @@ void remove_listed_chunks(const std::string &bootstrap, bool mirror, const std::
                  "Unable to read bootstrap file (%s) -- chunks will not be deleted\n", bootstrap.c_str());
         return;
     }
+    const std::vector<std::string> forms = installation_forms(installation);
     std::string line;
     while (reader.next(&line)) {
         const std::optional<std::string> chunk = chunk_path_of_line(line, mirror);
         if (!chunk) continue;
         remove_instance_file(kChunkLabel, *chunk);
-        remove_empty_parents(*chunk, installation);
+        remove_empty_parents(*chunk, forms);
     }
     reader.close();
     remove_instance_file(kChunkLabel, bootstrap);

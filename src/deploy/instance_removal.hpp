@@ -38,7 +38,8 @@ std::optional<std::string> chunk_path_of_line(std::string_view line, bool mirror
 bool inside_directory(std::string_view path, std::string_view directory);
 
 // Removes every chunk the bootstrap file lists, each parent directory of a
-// chunk inside `installation` that is left empty, and then the bootstrap file.
+// chunk inside `installation` (or its short form) that is left empty, and
+// then the bootstrap file.
 void remove_listed_chunks(const std::string &bootstrap, bool mirror, const std::string &installation);
 
 // The chunk phase of an instance: its bootstrap file is found from

@@ -97,6 +97,7 @@ TEST_F(ChunkRemoval, ChunksGoWithTheDirectoriesTheyLeaveEmptyInsideTheInstallati
     const std::string deep = chunk(inst / "data" / "sub" / "c1"),
                       shared = chunk(inst / "data" / "other" / "c2"),
                       blank = chunk(inst / "dir with blank" / "c 3"),
+                      aliased = chunk(dir.path() / "INST~1" / "data" / "c5"),
                       outside = chunk(sibling / "data" / "c4"), mirror = chunk(inst / "mirror" / "m1");
     write_file((inst / "data" / "other" / "keep").string(), "");
     const std::string gone = (inst / "gone").string();
@@ -105,22 +106,27 @@ TEST_F(ChunkRemoval, ChunksGoWithTheDirectoriesTheyLeaveEmptyInsideTheInstallati
     };
     const std::string bootstrap = chunk(inst / "etc" / "oncfg_srv.3");
     write_file(bootstrap, "junk\n" + line("Chunk", deep) + line("Chunk", shared) + line("Chunk", blank) +
-                              line("Chunk", outside) + line("Mchunk", mirror) + line("Chunk", gone) +
-                              std::string(1024, 'z') + line("Chunk", mirror));
+                              line("Chunk", aliased) + line("Chunk", outside) + line("Mchunk", mirror) +
+                              line("Chunk", gone) + std::string(1024, 'z') + line("Chunk", mirror));
     Instance *instance = dplGetCurrentInstance(block);
     ASSERT_EQ(0, dplSetConfig(instance, "SERVERNUM", "3", nullptr));
     ASSERT_EQ(0, dplSetConfig(instance, "MIRROR", "0", nullptr));
+    // The installation under its short name: chunk paths in that form are
+    // inside it too.
+    os.short_form = (dir.path() / "INST~1").string();
     forget_messages();
 
     deploy::remove_chunk_files(*instance, inst.string(), "srv");
 
     const auto removed = [](const std::string &path) { return "CHUNK file (" + path + ") removed."; };
-    EXPECT_EQ((Texts{removed(deep), removed(shared), removed(blank), removed(outside),
+    EXPECT_EQ((Texts{removed(deep), removed(shared), removed(blank), removed(aliased), removed(outside),
                      "CHUNK File (" + gone + ") already removed", removed(bootstrap)}),
               messages());
     EXPECT_FALSE(fs::exists(inst / "data" / "sub"));
     EXPECT_TRUE(fs::exists(inst / "data" / "other" / "keep"));
     EXPECT_FALSE(fs::exists(inst / "dir with blank"));
+    EXPECT_FALSE(fs::exists(dir.path() / "INST~1" / "data"));
+    EXPECT_TRUE(fs::exists(dir.path() / "INST~1"));
     EXPECT_TRUE(fs::exists(sibling / "data"));
     EXPECT_TRUE(fs::exists(mirror));
     EXPECT_TRUE(fs::exists(inst / "etc"));

@@ -50,6 +50,16 @@ TEST_F(DeployCycle, DeployThenRemoveLeavesTheMachineAsBefore) {
     const std::string rootdbs = (inst / "data" / "chunks" / "rootdbs").string();
     ASSERT_EQ(0, dplSetConfig(instance, "ROOTPATH", rootdbs.c_str(), nullptr));
     ASSERT_EQ(0, dplSetConfig(instance, "SERVERNUM", "3", nullptr));
+    // The server's message logs, which it writes where its onconfig says.
+    const char *const message_logs[] = {"MSGPATH", "BAR_ACT_LOG", "JVPPROPFILE", "JVPLOGFILE", "CONSOLE"};
+    const auto message_log = [&](const char *parameter) {
+        std::string name(parameter);
+        name += ".log";
+        return (inst / name).string();
+    };
+    for (const char *parameter : message_logs) {
+        ASSERT_EQ(0, dplSetConfig(instance, parameter, message_log(parameter).c_str(), nullptr));
+    }
     ASSERT_EQ(0, dplAddConnection(block, "ol_cycle", dplMapStringtoProtocol("onsoctcp"), "localhost", 0,
                                   "svc_a", nullptr));
     ASSERT_EQ(0, dplSetInstallationProperty(block, DPL_P_RUNAS_USER, 0));
@@ -72,6 +82,7 @@ TEST_F(DeployCycle, DeployThenRemoveLeavesTheMachineAsBefore) {
     // after the line's tenth blank).
     write_file((inst / "etc" / "oncfg_ol_cycle.3").string(),
                "Chunk 1 2 3 4 5 6 7 8 9 " + std::to_string(rootdbs.size()) + " " + rootdbs + "\n");
+    for (const char *parameter : message_logs) write_file(message_log(parameter), "up\n");
     EXPECT_EQ(0, dplRemoveInstance(block, "ol_cycle"));
     EXPECT_EQ("<missing>", values_of("SYSTEM\\CurrentControlSet\\Services\\ol_cycle"));
     EXPECT_EQ("<missing>", subkeys_of("SOFTWARE\\Orvandex"));

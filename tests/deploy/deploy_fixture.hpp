@@ -5,17 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "dpl/dpl.h"
 #include "support/machine_fixture.hpp"
 #include "support/recording_platform.hpp"
-#include "trace/trace_state.hpp"
+#include "support/traced_block_fixture.hpp"
 
 namespace dpl::test {
-
-using Texts = std::vector<std::string>;
 
 // A service manager that answers with the codes and states below, and a path
 // status that can fail.
@@ -49,6 +48,9 @@ public:
         --open_handles;
         return 0;
     }
+    std::optional<std::string> short_path(const std::string &path, std::size_t limit) override {
+        return short_form ? short_form : RecordingPlatform::short_path(path, limit);
+    }
     bool path_status(const std::string &path, platform::PathStatus *status,
                      platform::SysError *error) override {
         if (status_errno == 0) return RecordingPlatform::path_status(path, status, error);
@@ -63,6 +65,7 @@ public:
     int open_handles = 0;
     platform::ServiceDefinition created;
     std::string password, description;
+    std::optional<std::string> short_form;  // of every path, when set
 
 private:
     uint32_t hand_out(uint32_t error, platform::ScHandle *out) {
@@ -75,47 +78,9 @@ private:
 
 // `Os` is the backend in force while the test runs.
 template <class Os>
-class DeployTestOn : public MachineTest {
+class DeployTestOn : public TracedBlockTest<MachineTest> {
 protected:
-    void SetUp() override {
-        MachineTest::SetUp();
-        trace::reset_for_tests();
-        set_env("INSTALL_LOG", nullptr);
-        ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), debug_path.c_str(), 9, 0, "p"));
-        block = init_API(0, 1, "p", "12.10.FC1");
-        ASSERT_NE(nullptr, block);
-        forget_messages();
-    }
-    void TearDown() override {
-        EXPECT_EQ(0, finish(block));
-        trace::reset_for_tests();
-        MachineTest::TearDown();
-    }
-
-    void forget_messages() { seen_ = read_file(debug_path).size(); }
-
-    // The debug lines since forget_messages(), without location, prefix and
-    // the entry and exit marks.
-    Texts messages() const {
-        Texts texts;
-        const std::string all = read_file(debug_path);
-        for (const std::string &line : lines_of(all.substr(std::min(seen_, all.size())))) {
-            const std::size_t at = line.find(" p ");
-            const std::string text = at == std::string::npos ? ": ENTER." : line.substr(at + 3);
-            if (!text.ends_with(": ENTER.") && text.find(": EXIT. rc=") == std::string::npos)
-                texts.push_back(text);
-        }
-        return texts;
-    }
-
     Os os;
-    ScratchDir dir;
-    const std::string log_path = dir.file("install.log");
-    const std::string debug_path = dir.file("install.log.debug");
-    InstallControlBlock *block = nullptr;
-
-private:
-    std::size_t seen_ = 0;
 };
 
 using DeployTest = DeployTestOn<RecordingPlatform>;

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <tuple>
 
 #include "deploy/deploy_fixture.hpp"
 #include "platform/platform.hpp"
@@ -14,21 +15,24 @@ namespace dpl::test {
 namespace {
 
 constexpr const char *kName = "DplTestSvc";
+constexpr const char *kListener = "DplTestSvc_json";
 const std::string kKey = std::string("SYSTEM\\CurrentControlSet\\Services\\") + kName;
 
 class ServiceBackend : public DeployTest {
 protected:
     void TearDown() override {
         dplWinServiceDelete(block, kName);
+        dplWinServiceDelete(block, kListener);
         DeployTest::TearDown();
     }
 
-    // The values of the service's key: numbers as 0x..., texts as they are.
-    static std::map<std::string, std::string> key_values() {
+    // The values of a service's key: numbers as 0x..., texts as they are.
+    static std::map<std::string, std::string> key_values(const std::string &service = kName) {
         std::map<std::string, std::string> values;
         auto &machine = platform::current();
         platform::RegKey key = platform::kNoKey;
-        if (machine.reg_open_key(platform::kLocalMachine, kKey, platform::RegView::Default, &key) != 0)
+        if (machine.reg_open_key(platform::kLocalMachine, "SYSTEM\\CurrentControlSet\\Services\\" + service,
+                                 platform::RegView::Default, &key) != 0)
             return values;
         std::string name;
         platform::RegValue value;
@@ -101,6 +105,38 @@ TEST_F(ServiceBackend, WithoutAnAccountTheServiceRunsAsTheSystem) {
     const auto values = key_values();
     EXPECT_EQ("LocalSystem", values.count("ObjectName") ? values.at("ObjectName") : "<none>");
     EXPECT_EQ(0u, values.count("Description"));
+}
+
+TEST_F(ServiceBackend, TheListenerFlagAddsTheListenersService) {
+    ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXSERVER", kName));
+    ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXDIR", "C:\\inst"));
+    ASSERT_EQ(0, dplSetInstallationProperty(block, DPL_P_RUNAS_USER, 0));
+    ASSERT_EQ(0, dplAddUserGroupRequired(block, DPL_ACCOUNT_PRODUCT_USER, "orvandex", "orvandex"));
+    ASSERT_EQ(0, dplAddUserGroupRequired(block, DPL_ACCOUNT_JSON_LISTENER, "orvandex", "dpltestjson"));
+    ASSERT_EQ(0, dplSetPasswd(block, DPL_ACCOUNT_JSON_LISTENER, "Listener#1"));
+    const std::string bin = std::string("C:\\inst") + platform::current().path_separator() + "bin" +
+                            platform::current().path_separator();
+    const std::string listener_account = dplGetAccountName_a(block, DPL_ACCOUNT_JSON_LISTENER);
+    for (const bool json : {false, true}) {
+        ASSERT_EQ(0, json ? dplSetInstallModeNoSQL(block) : dplUnSetInstallModeNoSQL(block));
+        ASSERT_EQ(0, dplDeployWindowsService(block)) << json;
+        for (const auto &[service, display, image, account] :
+             {std::tuple{kName, "Orvandex NQR - DplTestSvc", bin + "onscpah DplTestSvc",
+                         std::string("LocalSystem")},
+              std::tuple{kListener, "Talix JSON listener - DplTestSvc_json", bin + "jsonlsn DplTestSvc_json",
+                         listener_account}}) {
+            const auto values = key_values(service);
+            if (!json && std::string(service) == kListener) {
+                EXPECT_TRUE(values.empty());
+                continue;
+            }
+            EXPECT_EQ(display, values.count("DisplayName") ? values.at("DisplayName") : "<none>") << service;
+            EXPECT_EQ(image, values.count("ImagePath") ? values.at("ImagePath") : "<none>") << service;
+            EXPECT_EQ(account, values.count("ObjectName") ? values.at("ObjectName") : "<none>") << service;
+        }
+        ASSERT_EQ(0, dplWinServiceDelete(block, kName));
+        dplWinServiceDelete(block, kListener);
+    }
 }
 
 #ifndef _WIN32

@@ -15,8 +15,7 @@
 #include "core/control_block.hpp"
 #include "dpl/dpl.h"
 #include "support/recording_platform.hpp"
-#include "support/test_support.hpp"
-#include "trace/trace_state.hpp"
+#include "support/traced_block_fixture.hpp"
 
 namespace dpl::test {
 
@@ -46,22 +45,13 @@ public:
     bool manager_unavailable = false;
 };
 
-using Texts = std::vector<std::string>;
-
-class ServicesTest : public ::testing::Test {
+class ServicesTest : public TracedBlockTest<> {
 protected:
     void SetUp() override {
-        trace::reset_for_tests();
-        set_env("INSTALL_LOG", nullptr);
-        ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), debug_path.c_str(), 9, 0, "p"));
-        block = init_API(0, 1, "p", "12.10.FC1");
-        ASSERT_NE(nullptr, block);
+        TracedBlockTest::SetUp();
+        if (HasFatalFailure()) return;
         dplServicesFree(block);  // the one of the system
         forget_messages();
-    }
-    void TearDown() override {
-        EXPECT_EQ(0, finish(block));
-        trace::reset_for_tests();
     }
 
     // Loads `content` as the services file, after dropping any loaded one,
@@ -81,31 +71,8 @@ protected:
         return read_file_text(out);
     }
 
-    void forget_messages() { seen_ = read_file(debug_path).size(); }
-
-    // The debug lines since forget_messages(), without location, prefix and
-    // the entry and exit marks.
-    Texts messages() const {
-        Texts texts;
-        const std::string all = read_file(debug_path);
-        for (const std::string &line : lines_of(all.substr(std::min(seen_, all.size())))) {
-            const std::size_t at = line.find(" p ");
-            const std::string text = at == std::string::npos ? ": ENTER." : line.substr(at + 3);
-            if (!text.ends_with(": ENTER.") && text.find(": EXIT. rc=") == std::string::npos)
-                texts.push_back(text);
-        }
-        return texts;
-    }
-
     ScriptedPlatform os;
-    ScratchDir dir;
-    const std::string log_path = dir.file("install.log");
-    const std::string debug_path = dir.file("install.log.debug");
     const std::string services_path = dir.file("services");
-    InstallControlBlock *block = nullptr;
-
-private:
-    std::size_t seen_ = 0;
 };
 
 }  // namespace dpl::test

@@ -9,6 +9,7 @@ DEFINE tmp     BIGINT;
 DEFINE server_size     VARCHAR(32);
 DEFINE space_size      INTEGER;
 DEFINE qvxdir          VARCHAR(255);
+@J@DEFINE json_listener   VARCHAR(64);
 DEFINE os_memfree      BIGINT;
 DEFINE os_cpu_count    INTEGER;
 DEFINE cdr_queuemem_var  INTEGER;
@@ -24,6 +25,7 @@ WHERE env_name = 'ORVANDEXDIR');
 --SET DEBUG FILE TO '/tmp/orvandex_setup.out';
 --TRACE ON;
 
+@J@LET json_listener = 'jsonListener.properties';
 LET os_memfree = (select os_mem_free/(1024*1024) FROM 
 sysmaster:sysmachineinfo);
 LET os_cpu_count =  (select os_num_procs FROM 
@@ -229,6 +231,28 @@ LET result = admin('modify config persistent','CDR_LOG_LAG_ACTION', 'logstage+dd
 LET result = admin('modify config persistent','LOG_STAGING_DIR', data_path);
 }
 
+@J@---Start the Wire listener only if the property file exists. 
+@J@---Check for non exist error on the path name
+@J@DELETE FROM ph_threshold WHERE name MATCHES 'JSON LISTENER PROP*';
+@J@LET tmp = ( SELECT count(*) 
+@J@FROM sysmaster:sysdual 
+@J@WHERE task('print file info', TRIM(qvxdir)||'/etc/'||TRIM(json_listener))
+@J@MATCHES '*Error*= 2*');
+@J@IF tmp > 0 THEN 
+@J@--- no java property file
+@J@UPDATE sysadmin:ph_task 
+@J@SET (tk_enable)=('f') 
+@J@WHERE tk_name = 'Json Listener';
+@J@ELSE
+@J@--- java property file exists
+@J@INSERT INTO ph_threshold(id,name,task_name,value,description)
+@J@VALUES
+@J@(0,'JSON LISTENER PROPERTY', 'Json Listener',
+@J@json_listener, 'JSON listener property filename.');
+@J@UPDATE sysadmin:ph_task 
+@J@SET (tk_enable)=('t') 
+@J@WHERE tk_name = 'Json Listener';
+@J@END IF;
 ---Enable auto log rotate
 UPDATE sysadmin:ph_task SET (tk_enable)=('t') WHERE tk_name = 'online_log_rotate';
 RETURN result;
