@@ -20,7 +20,10 @@ std::set<std::string> snapshot(const fs::path &dir) {
     std::set<std::string> entries;
     for (const auto &entry : fs::recursive_directory_iterator(dir)) {
         std::string line = fs::relative(entry.path(), dir).generic_string();
-        if (entry.is_regular_file()) line += "=" + read_file(entry.path().string());
+        if (entry.is_regular_file()) {
+            line += '=';
+            line += read_file(entry.path().string());
+        }
         entries.insert(line);
     }
     return entries;
