@@ -11,6 +11,26 @@
 
 namespace dpl::test {
 
+// The connection list of the current instance, one line per entry, comments
+// shown as their text.
+inline std::string listing_of(const InstallControlBlock *block) {
+    const auto text_of = [](const char *value) { return std::string(value != nullptr ? value : "(null)"); };
+    std::string text;
+    for (const Connection *entry = block->current->connections.head(); entry != nullptr;
+         entry = entry->next) {
+        if (entry->kind == DPL_CONNECTION_ENTRY) {
+            text += text_of(entry->alias) + ":" + std::to_string(entry->protocol) + ":" +
+                    text_of(entry->host) + ":" + std::to_string(entry->port) + ":" + text_of(entry->service) +
+                    ":" + text_of(entry->options) + "\n";
+        } else if (entry->kind == DPL_CONNECTION_COMMENT) {
+            text += "comment " + std::string(entry->alias);
+        } else {
+            text += "blank\n";
+        }
+    }
+    return text;
+}
+
 // A context without port tests, with an empty services database of its own.
 class ConnectionTest : public ::testing::Test {
 protected:
@@ -28,24 +48,7 @@ protected:
         trace::reset_for_tests();
     }
 
-    // Aliases of the connection list, comments shown as their text.
-    std::string listing() const {
-        std::string text;
-        for (const Connection *entry = block->current->connections.head(); entry != nullptr;
-             entry = entry->next) {
-            if (entry->kind == DPL_CONNECTION_ENTRY) {
-                text += std::string(entry->alias ? entry->alias : "(null)") + ":" +
-                        std::to_string(entry->protocol) + ":" + (entry->host ? entry->host : "(null)") + ":" +
-                        std::to_string(entry->port) + ":" + (entry->service ? entry->service : "(null)") +
-                        ":" + (entry->options ? entry->options : "(null)") + "\n";
-            } else if (entry->kind == DPL_CONNECTION_COMMENT) {
-                text += "comment " + std::string(entry->alias);
-            } else {
-                text += "blank\n";
-            }
-        }
-        return text;
-    }
+    std::string listing() const { return listing_of(block); }
 
     std::string config(const char *name) const {
         const char *value = nullptr;

@@ -1,8 +1,6 @@
 // Reading and writing the SQLHOSTS node of the registry.
-#include "core/control_block.hpp"
-#include "dpl/dpl.h"
+#include "connections/connection_test_fixture.hpp"
 #include "support/machine_fixture.hpp"
-#include "trace/trace_state.hpp"
 
 namespace dpl::test {
 namespace {
@@ -47,15 +45,6 @@ protected:
         finish(block);
         MachineTest::TearDown();
     }
-    std::string listing() const {
-        std::string text;
-        for (const Connection *e = block->current->connections.head(); e != nullptr; e = e->next) {
-            text += std::string(e->alias) + ":" + std::to_string(e->protocol) + ":" + e->host + ":" +
-                    std::to_string(e->port) + ":" + e->service + ":" + (e->options ? e->options : "(null)") +
-                    "\n";
-        }
-        return text;
-    }
     InstallControlBlock *block = nullptr;
 };
 
@@ -67,7 +56,7 @@ TEST_F(SqlhostsRegistry, ReadsAliasesInKeyOrderAndGroupsTakeThePreviousPort) {
         "ol_a:70:localhost:9001:svc_a:k=1\n"
         "ol_tcp:94:*localhost:9002:svc_b:(null)\n"
         "ol_zgroup:256:-:9002:-:(null)\n",
-        listing());
+        listing_of(block));
     EXPECT_EQ(DPL_SQLHOSTS_LOCAL_REGISTRY, dplGetSqlhostsLocation(block));
 }
 

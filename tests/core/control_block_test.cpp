@@ -1,4 +1,5 @@
-// Creating, changing and releasing contexts.
+// Creating, changing and releasing contexts; the instance's environment and
+// connection list.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -40,7 +41,7 @@ TEST_F(ControlBlock, StartsWithTheGivenModeAndOneCurrentInstance) {
     EXPECT_EQ(1, block->product->version_info.level);
 }
 
-TEST_F(ControlBlock, ModeSettersTouchOnlyTheirBits) {
+TEST_F(ControlBlock, SettersTouchOnlyTheirBitsAndFields) {
     EXPECT_EQ(0, dplSetInstallModeNoSQL(block));
     EXPECT_EQ(0xCu, dplGetInstallMode(block));
     EXPECT_EQ(0, dplSetInstallModePrivate(block));
@@ -49,6 +50,10 @@ TEST_F(ControlBlock, ModeSettersTouchOnlyTheirBits) {
     EXPECT_EQ(0x6u, dplGetInstallMode(block));
     EXPECT_EQ(0, dplSetInstallType(block, 7));
     EXPECT_EQ(7u, block->install_type);
+    // Sqlhosts locations are 0 to 2; a refused one stores nothing.
+    EXPECT_EQ(0, dplSetSqlhostsLocation(block, DPL_SQLHOSTS_REMOTE_REGISTRY));
+    EXPECT_EQ(DPL_E_INVALID_VALUE, dplSetSqlhostsLocation(block, 3));
+    EXPECT_EQ(DPL_SQLHOSTS_REMOTE_REGISTRY, dplGetSqlhostsLocation(block));
 }
 
 TEST_F(ControlBlock, NullAndForeignPointersAreRefused) {
@@ -86,13 +91,6 @@ TEST_F(ControlBlock, DiskAndMemoryUnitsTakeAUnitName) {
     EXPECT_EQ(DPL_UNITS_TB, block->disk_mem_units);  // failures store nothing
 }
 
-TEST_F(ControlBlock, SqlhostsLocationKindsAreZeroToTwo) {
-    EXPECT_EQ(0, dplSetSqlhostsLocation(block, DPL_SQLHOSTS_REMOTE_REGISTRY));
-    EXPECT_EQ(DPL_SQLHOSTS_REMOTE_REGISTRY, dplGetSqlhostsLocation(block));
-    EXPECT_EQ(DPL_E_INVALID_VALUE, dplSetSqlhostsLocation(block, 3));
-    EXPECT_EQ(DPL_SQLHOSTS_REMOTE_REGISTRY, dplGetSqlhostsLocation(block));
-}
-
 TEST_F(ControlBlock, NewInstancesBecomeCurrent) {
     Instance *first = dplGetCurrentInstance(block);
     ASSERT_EQ(0, dplSetEnvironment(block, "ONCONFIG", "onconfig.1"));
@@ -114,6 +112,73 @@ TEST_F(ControlBlock, TwoContextsAreIndependent) {
     EXPECT_STREQ("second", value);
     EXPECT_EQ(0u, dplGetInstallMode(second));
     EXPECT_EQ(0, finish(second));
+}
+
+TEST_F(ControlBlock, SettingTwiceKeepsOneEntryInItsPlace) {
+    ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXDIR", "C:\\orv"));
+    ASSERT_EQ(0, dplSetEnvironment(block, "ONCONFIG", "onconfig.ol"));
+    ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXDIR", "D:\\orv"));
+    const auto &environment = block->current->environment;
+    ASSERT_EQ(2u, environment.size());
+    EXPECT_EQ("ORVANDEXDIR", environment[0].name);
+    EXPECT_EQ("D:\\orv", environment[0].value);
+    const char *value = nullptr;
+    ASSERT_EQ(0, dplGetEnvironment(block, "ORVANDEXDIR", &value));
+    EXPECT_STREQ("D:\\orv", value);
+}
+
+TEST_F(ControlBlock, NamesAreCaseSensitiveAndAbsentNamesGiveMinusOne) {
+    const char *value = "untouched";
+    EXPECT_EQ(DPL_E_FAIL, dplGetEnvironment(block, "ORVANDEXSQLHOSTS", &value));
+    ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXSQLHOSTS", "x"));
+    EXPECT_EQ(DPL_E_FAIL, dplGetEnvironment(block, "orvandexsqlhosts", &value));
+    EXPECT_STREQ("untouched", value);
+    EXPECT_EQ(0, dplGetEnvironment(block, "ORVANDEXSQLHOSTS", nullptr));
+    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplGetEnvironment(block, nullptr, &value));
+    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplSetEnvironment(block, "A", nullptr));
+    EXPECT_EQ(DPL_E_NULL_ARGUMENT, dplSetEnvironment(block, nullptr, "v"));
+}
+
+TEST_F(ControlBlock, ConnectionLookupFindsTheFirstEntryOnly) {
+    Instance *instance = dplGetCurrentInstance(block);
+    Connection *found = nullptr;
+    EXPECT_EQ(DPL_E_FAIL, dplGetConnection(block, "ol_a", &found));
+    ASSERT_EQ(0, core::store_comment(instance, "# ol_a onsoctcp host 1526"));
+    ASSERT_EQ(0, core::store_comment(instance, nullptr));
+    EXPECT_EQ(DPL_E_FAIL, dplGetConnection(block, "ol_a", &found));
+    EXPECT_EQ(nullptr, found);
+
+    instance->connections.append_connection("ol_a", 1, 1526, "1526", "first", "");
+    instance->connections.append_connection("ol_a", 2, 1527, "1527", "second", "");
+    ASSERT_EQ(0, dplGetConnection(block, "ol_a", &found));
+    EXPECT_STREQ("first", found->host);
+    EXPECT_EQ(DPL_E_FAIL, dplGetConnection(block, "OL_A", nullptr));
+    EXPECT_EQ(DPL_E_INVALID_VALUE, dplGetConnection(block, nullptr, &found));
+    EXPECT_EQ(DPL_E_BAD_CONTEXT, core::store_comment(nullptr, "x"));
+
+    // The records form the C list in file order.
+    const Connection *head = instance->connections.head();
+    ASSERT_NE(nullptr, head);
+    EXPECT_EQ(DPL_CONNECTION_COMMENT, head->kind);
+    EXPECT_STREQ("# ol_a onsoctcp host 1526", head->alias);
+    EXPECT_EQ(DPL_CONNECTION_BLANK, head->next->kind);
+    EXPECT_EQ(nullptr, head->next->alias);
+    EXPECT_EQ(found, head->next->next);
+    EXPECT_STREQ("second", head->next->next->next->host);
+    EXPECT_EQ(nullptr, head->next->next->next->next);
+}
+
+TEST_F(ControlBlock, UpdatingAnEntryKeepsItsPlaceAndRecord) {
+    auto &connections = block->current->connections;
+    Connection &entry = connections.append_connection("ol_b", 1, 1, "svc", "h", "k=1");
+    connections.append_comment("# after");
+    ASSERT_EQ(&entry, connections.update_first("ol_b", 7, 9000, "9000", "newhost", ""));
+    EXPECT_EQ(7u, entry.protocol);
+    EXPECT_EQ(9000, entry.port);
+    EXPECT_STREQ("newhost", entry.host);
+    EXPECT_STREQ("", entry.options);
+    EXPECT_STREQ("# after", entry.next->alias);
+    EXPECT_EQ(nullptr, connections.update_first("missing", 1, 1, "", "", ""));
 }
 
 }  // namespace

@@ -78,16 +78,12 @@ TEST_F(InstallRegistry, ProductNamesAndInstallStrings) {
     EXPECT_EQ(nullptr, dplGetInstallString(3));
 }
 
-TEST_F(InstallRegistry, NextFreeTagOfAVersion) {
+TEST_F(InstallRegistry, NextFreeTagOfAVersionKeptByInitialisationForProductModeZero) {
     import_registry(kVersions);
     EXPECT_EQ(8, dplUniqueInstallTag(12, 10));
     EXPECT_EQ(5, dplUniqueInstallTag(11, 70));
     EXPECT_EQ(0, dplUniqueInstallTag(14, 10));  // no Install_Dir value
     EXPECT_EQ(0, dplUniqueInstallTag(9, 40));   // no key
-}
-
-TEST_F(InstallRegistry, InitialisationKeepsTheTagForProductModeZero) {
-    import_registry(kVersions);
     ASSERT_NE(nullptr, open(0));
     EXPECT_EQ(8, dplGetUniqueInstallTag(block));
     finish(block);

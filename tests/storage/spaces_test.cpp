@@ -14,26 +14,21 @@ std::string text(const char *value) {
     return value != nullptr ? value : "<null>";
 }
 
-TEST_F(Spaces, KindNames) {
+TEST_F(Spaces, KindNamesAndTheGenericFormsBaseKindAndTemporaryFlag) {
     struct Case {
-        uint32_t kind;
+        uint32_t code;
         const char *name;
-    } const cases[] = {{100, "DBspace"},
-                       {101, "Temp DBspace"},
-                       {102, "Smart BLOBspace"},
-                       {103, "Temp Smart BLOBspace"},
-                       {104, "BLOBspace"},
-                       {105, nullptr},
-                       {99, nullptr}};
-    for (const Case &c : cases) EXPECT_EQ(text(c.name), text(dplGetSpaceKindName(c.kind))) << c.kind;
-}
-
-TEST_F(Spaces, GenericFormStoresBaseKindAndTemporaryFlag) {
-    struct Case {
-        uint32_t code, kind, temporary;
-    } const cases[] = {{100, 100, 0}, {101, 100, 1}, {102, 102, 0}, {103, 102, 1}, {104, 104, 0}};
+        uint32_t kind, temporary;
+    } const cases[] = {{100, "DBspace", 100, 0},
+                       {101, "Temp DBspace", 100, 1},
+                       {102, "Smart BLOBspace", 102, 0},
+                       {103, "Temp Smart BLOBspace", 102, 1},
+                       {104, "BLOBspace", 104, 0}};
+    EXPECT_EQ(nullptr, dplGetSpaceKindName(105));
+    EXPECT_EQ(nullptr, dplGetSpaceKindName(99));
     const std::string chunk = dir.file("chunk");
     for (const Case &c : cases) {
+        EXPECT_EQ(text(c.name), text(dplGetSpaceKindName(c.code))) << c.code;
         ASSERT_EQ(0, dplCreateSpace(block, c.code, "s", chunk.c_str(), "2M", "8"));
     }
     EXPECT_EQ(0, dplCreateSpace(block, 105, "other", chunk.c_str(), "1", "0"));

@@ -1,6 +1,8 @@
 // dplsync copying definitions between files and registries, run as a
 // program the way an administrator runs it.
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 #include "support/machine_fixture.hpp"
 
@@ -23,33 +25,49 @@ protected:
     }
 };
 
-TEST_F(DplsyncSync, MergesASourceFileIntoATargetFile) {
-    const std::string source = root.file("source");
-    const std::string target = root.file("target");
-    write_file(source, "# source\nol_a onsoctcp localhost svc_a\nol_b onipcshm localhost ol_b\n");
-    write_file(target, "# target\nol_a onsoctcp localhost 1234 k=1\nol_t onsoctcp localhost svc_b\n");
-    const ProgramResult result = sync({"-source", source, "-target", target});
-    EXPECT_EQ("", result.output);
-    EXPECT_EQ(0, result.exit_code);
-    EXPECT_EQ(
-        "# target\n"
-        "ol_a onsoctcp localhost svc_a k=1\n"
-        "ol_t onsoctcp localhost svc_b \n"
-        "# source\n"
-        "ol_b onipcshm localhost ol_b \n",
-        read_file_text(target));
-}
-
-TEST_F(DplsyncSync, CopiesOnlyTheListedServers) {
-    const std::string source = root.file("source");
-    const std::string target = root.file("target");
-    write_file(source,
-               "ol_a onsoctcp localhost svc_a\nol_b onsoctcp localhost svc_b\nol_c onsoctcp localhost 77\n");
-    const ProgramResult result =
-        sync({"-source", source, "-target", target, "-servers", "ol_c", "nothere", "ol_a"});
-    EXPECT_EQ("", result.output);
-    EXPECT_EQ(0, result.exit_code);
-    EXPECT_EQ("ol_c onsoctcp localhost 77 \nol_a onsoctcp localhost svc_a \n", read_file_text(target));
+TEST_F(DplsyncSync, FileToFile) {
+    const struct {
+        const char *what;
+        const char *source;  // null: no such file
+        const char *target;  // null: no such file
+        std::vector<std::string> servers;
+        const char *output;
+        const char *written;
+    } cases[] = {
+        {"merge",
+         "# source\nol_a onsoctcp localhost svc_a\nol_b onipcshm localhost ol_b\n",
+         "# target\nol_a onsoctcp localhost 1234 k=1\nol_t onsoctcp localhost svc_b\n",
+         {},
+         "",
+         "# target\nol_a onsoctcp localhost svc_a k=1\nol_t onsoctcp localhost svc_b \n# source\n"
+         "ol_b onipcshm localhost ol_b \n"},
+        {"listed servers only",
+         "ol_a onsoctcp localhost svc_a\nol_b onsoctcp localhost svc_b\nol_c onsoctcp localhost 77\n",
+         nullptr,
+         {"-servers", "ol_c", "nothere", "ol_a"},
+         "",
+         "ol_c onsoctcp localhost 77 \nol_a onsoctcp localhost svc_a \n"},
+        {"unreadable source",
+         nullptr,
+         "ol_t onsoctcp localhost svc_b\n",
+         {},
+         "ERROR could not process source sqlhost",
+         "ol_t onsoctcp localhost svc_b \n"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        ScratchDir files;
+        const std::string source = files.file("source");
+        const std::string target = files.file("target");
+        if (c.source != nullptr) write_file(source, c.source);
+        if (c.target != nullptr) write_file(target, c.target);
+        std::vector<std::string> arguments = {"-source", source, "-target", target};
+        arguments.insert(arguments.end(), c.servers.begin(), c.servers.end());
+        const ProgramResult result = sync(arguments);
+        EXPECT_EQ(c.output, result.output);
+        EXPECT_EQ(0, result.exit_code);
+        EXPECT_EQ(c.written, read_file_text(target));
+    }
 }
 
 TEST_F(DplsyncSync, ANewTargetFileReceivesTheLocalRegistry) {
@@ -97,15 +115,6 @@ TEST_F(DplsyncSync, AnEmptyRegistryTargetIsReportedAndStillWritten) {
     EXPECT_EQ("ERROR: could not process target sqlhost", merged.output);
     EXPECT_EQ(0, merged.exit_code);
     EXPECT_EQ("ol_a\n", subkeys_of("SOFTWARE\\Orvandex\\SQLHOSTS"));
-}
-
-TEST_F(DplsyncSync, AnUnreadableSourceIsReported) {
-    const std::string target = root.file("target");
-    write_file(target, "ol_t onsoctcp localhost svc_b\n");
-    const ProgramResult result = sync({"-source", root.file("missing"), "-target", target});
-    EXPECT_EQ("ERROR could not process source sqlhost", result.output);
-    EXPECT_EQ(0, result.exit_code);
-    EXPECT_EQ("ol_t onsoctcp localhost svc_b \n", read_file_text(target));
 }
 
 TEST_F(DplsyncSync, AWriteFailureBecomesTheExitStatus) {

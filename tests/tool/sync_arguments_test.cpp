@@ -48,14 +48,4 @@ TEST(SyncArguments, EverythingAfterServersIsAnAlias) {
     EXPECT_TRUE(out.servers.empty());
 }
 
-TEST(SyncArguments, UsageTextNamesTheProgram) {
-    EXPECT_EQ(
-        "C:\\bin\\dplsync.exe [-source <sqlhostvalue>] [-target <sqlhostvalue>] [-servers {serverlist }]\n\n"
-        "if source or target is not specified it defaults to local orvandexsqlhosts registery node\n"
-        "sqlhostvalue is either \\\\machine name or an sqlhosts file.\n"
-        "serverlist is a space seperated list of orvandex server entries that are copyed from source to "
-        "target\n",
-        dplsync::usage_text("C:\\bin\\dplsync.exe"));
-}
-
 }  // namespace

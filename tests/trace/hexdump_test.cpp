@@ -21,22 +21,25 @@ protected:
     static constexpr char kData[] = "ABCDEFGHIJKLMNOPQRST\x01\x7f";
 };
 
-TEST_F(HexDump, FullAndPartialRowsWithOffsets) {
-    EXPECT_EQ(HT_OK, ht_hexdump(HT_DUMP_LOG, kData, 0, 22, 4, 4));
-    EXPECT_EQ(header(22) +
-                  "\t0000:41424344 45464748 494a4b4c 4d4e4f50 ABCDEFGHIJKLMNOP\n"
-                  "\t0010:51525354 017f                       QRST..          \n\n",
-              log());
-}
-
-TEST_F(HexDump, RowsWithoutOffsetArePaddedWhereBytesAreSkipped) {
-    EXPECT_EQ(HT_OK, ht_hexdump(HT_DUMP_LOG, kData, 3, 5, 0, 2));
-    EXPECT_EQ(header(5) + "       44 4546 4748 " + std::string(20 + 3, ' ') + "DEFGH        \n\n", log());
-}
-
-TEST_F(HexDump, ASkippedFirstByteEndsTheOffsetRowAtItsColon) {
-    EXPECT_EQ(HT_OK, ht_hexdump(HT_DUMP_LOG, kData, 3, 5, 1, 9));
-    EXPECT_EQ(header(5) + "\t0: \n", log());
+TEST_F(HexDump, RowsOffsetsAndSkippedBytes) {
+    const struct {
+        uint32_t start, count, digits, group;
+        std::string rows;  // after the header
+    } cases[] = {
+        {0, 22, 4, 4,
+         "\t0000:41424344 45464748 494a4b4c 4d4e4f50 ABCDEFGHIJKLMNOP\n"
+         "\t0010:51525354 017f                       QRST..          \n\n"},
+        // Without an offset, skipped bytes are padded.
+        {3, 5, 0, 2, "       44 4546 4748 " + std::string(20 + 3, ' ') + "DEFGH        \n\n"},
+        // A skipped first byte ends the offset row at its colon.
+        {3, 5, 1, 9, "\t0: \n"},
+    };
+    std::string expected;
+    for (const auto &c : cases) {
+        EXPECT_EQ(HT_OK, ht_hexdump(HT_DUMP_LOG, kData, c.start, c.count, c.digits, c.group));
+        expected += header(static_cast<int>(c.count)) + c.rows;
+        EXPECT_EQ(expected, log()) << c.start << " " << c.count;
+    }
 }
 
 TEST_F(HexDump, DebugKindGoesToTheDebugFileOnlyAndEmptyRangesDoNothing) {

@@ -1,4 +1,6 @@
 // Layout and content of the lines the trace facility writes.
+#include <filesystem>
+#include <optional>
 #include <string>
 
 #include "trace/trace_test_fixture.hpp"
@@ -9,44 +11,85 @@ namespace {
 const std::string kStamp = "2026-11-21 09:08:07";
 const std::string kBlankLocation = " " + std::string(32, ' ');
 
-class TraceLines : public TraceTest {
-protected:
-    // As API initialisation starts it: stamps, depth and the thread/process prefix.
-    void start_like_api() {
-        ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), debug_path.c_str(), 9, HT_TIMESTAMP | HT_DEPTH,
-                                        "   42  4242"));
-    }
+using TraceLines = TraceTest;
+
+// One start, some calls, and the whole of both files after them.
+struct LinesCase {
+    const char *what;
+    uint32_t severity, flags;
+    const char *prefix;
+    uint32_t start_rc;
+    void (*calls)();
+    std::string log;
+    std::optional<std::string> debug;  // none: no debug file
+    std::string log_before = "";
+    bool clock_works = true;
 };
 
-TEST_F(TraceLines, DebugAndLogLinesHaveTheFixedLayout) {
-    start_like_api();
-    ht_debug(5, "API/API", 12, "hello %d", 7);
-    ht_log("progress %s", "made");
-    EXPECT_EQ("2026-11-21 09:08:07    42  4242 progress made\n", log());
-    EXPECT_EQ("  00012 API/API                  2026-11-21 09:08:07    42  4242 hello 7\n" + kBlankLocation +
-                  "2026-11-21 09:08:07    42  4242 progress made\n",
-              debug());
-}
-
-TEST_F(TraceLines, EnterAndExitFrameACall) {
-    start_like_api();
-    htenter(1, "API/dpl_instance", 7, "dplAddConnection");
-    EXPECT_EQ(7, htexit(1, "API/dpl_instance", 9, 7));
-    EXPECT_EQ(
-        "  00007 API/dpl_instance         2026-11-21 09:08:07    42  4242 dplAddConnection: ENTER.\n"
-        "  00009 API/dpl_instance         2026-11-21 09:08:07    42  4242 dplAddConnection: EXIT. "
-        "rc=7(0x7).\n\n",
-        debug());
-    EXPECT_EQ("", log());
-}
-
-TEST_F(TraceLines, ExitWithoutEnterIsReportedAsABug) {
-    start_like_api();
-    EXPECT_EQ(-3, htexit(1, "API/API", 1, -3));
-    EXPECT_EQ(
-        "  00001 API/API                  2026-11-21 09:08:07    42  4242 "
-        "BUG: htexit without htenter.: EXIT. rc=-3(0xfffffffd).\n\n",
-        debug());
+TEST_F(TraceLines, WholeFilesAfterEachStartAndItsCalls) {
+    const std::string api = kStamp + "    42  4242 ";  // as API initialisation starts it
+    const LinesCase cases[] = {
+        {"fixed layout", 9, HT_TIMESTAMP | HT_DEPTH, "   42  4242", HT_OK,
+         [] {
+             ht_debug(5, "API/API", 12, "hello %d", 7);
+             ht_log("progress %s", "made");
+         },
+         api + "progress made\n",
+         "  00012 API/API                  " + api + "hello 7\n" + kBlankLocation + api + "progress made\n"},
+        {"enter and exit frame a call", 9, HT_TIMESTAMP | HT_DEPTH, "   42  4242", HT_OK,
+         [] {
+             htenter(1, "API/dpl_instance", 7, "dplAddConnection");
+             EXPECT_EQ(7, htexit(1, "API/dpl_instance", 9, 7));
+         },
+         "",
+         "  00007 API/dpl_instance         " + api +
+             "dplAddConnection: ENTER.\n  00009 API/dpl_instance         " + api +
+             "dplAddConnection: EXIT. rc=7(0x7).\n\n"},
+        {"exit without enter is a bug", 9, HT_TIMESTAMP | HT_DEPTH, "   42  4242", HT_OK,
+         [] { EXPECT_EQ(-3, htexit(1, "API/API", 1, -3)); }, "",
+         "  00001 API/API                  " + api +
+             "BUG: htexit without htenter.: EXIT. rc=-3(0xfffffffd).\n\n"},
+        {"trailing blanks go, a newline is added", 0, HT_TIMESTAMP, "p", HT_OK,
+         [] {
+             ht_log("ends in blanks \t \t");
+             ht_log("keeps its empty line\n\n");
+             ht_log("%s", "");
+         },
+         kStamp + " p ends in blanks\n" + kStamp + " p keeps its empty line\n\n" + kStamp + " p\n",
+         std::nullopt},
+        {"a stopped clock leaves the stamp out", 0, HT_TIMESTAMP, "p", HT_OK, [] { ht_log("no time"); },
+         " p no time\n", std::nullopt, "", false},
+        {"severity zero opens no debug file", 0, 0, "p", HT_OK,
+         [] {
+             ht_log("only the log");
+             htenter(1, "API/API", 1, "silent");
+         },
+         " p only the log\n", std::nullopt},
+        {"flags above 255 start with no options at all", 5, 256, "ignored", HT_E_FLAGS,
+         [] {
+             uint32_t severity = 0;
+             EXPECT_EQ(HT_OK, ht_get_severity(&severity));
+             EXPECT_EQ(5u, severity);
+             ht_log("plain");
+         },
+         "plain\n", std::string(33, ' ') + "plain\n"},
+        {"existing files are appended to", 0, 0, "p", HT_OK, [] { ht_log("this run"); },
+         "earlier run\n p this run\n", std::nullopt, "earlier run\n"},
+    };
+    for (const LinesCase &c : cases) {
+        SCOPED_TRACE(c.what);
+        trace::reset_for_tests();
+        std::filesystem::remove(log_path);
+        std::filesystem::remove(debug_path);
+        if (!c.log_before.empty()) write_file(log_path, c.log_before);
+        os.clock_works = c.clock_works;
+        ASSERT_EQ(c.start_rc,
+                  ht_trace_start(log_path.c_str(), debug_path.c_str(), c.severity, c.flags, c.prefix));
+        c.calls();
+        EXPECT_EQ(c.log, log());
+        EXPECT_EQ(c.debug.has_value(), std::filesystem::exists(debug_path));
+        EXPECT_EQ(c.debug.value_or("<no file>"), c.debug ? debug() : "<no file>");
+    }
 }
 
 TEST_F(TraceLines, LevelsAboveTheSeverityAreDroppedAndPushNoFrame) {
@@ -63,15 +106,6 @@ TEST_F(TraceLines, LevelsAboveTheSeverityAreDroppedAndPushNoFrame) {
     EXPECT_NE(std::string::npos, lines[1].find(" p outer: ENTER."));
     EXPECT_NE(std::string::npos, lines[2].find(" p outer: EXIT. rc=0(0x0)."));
     EXPECT_EQ("", lines[3]);
-}
-
-TEST_F(TraceLines, TrailingBlanksGoAndANewlineIsAdded) {
-    ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), nullptr, 0, HT_TIMESTAMP, "p"));
-    ht_log("ends in blanks \t \t");
-    ht_log("keeps its empty line\n\n");
-    ht_log("%s", "");
-    EXPECT_EQ(kStamp + " p ends in blanks\n" + kStamp + " p keeps its empty line\n\n" + kStamp + " p\n",
-              log());
 }
 
 TEST_F(TraceLines, PercentSignsOutsideTheFormatAreText) {
@@ -113,13 +147,6 @@ TEST_F(TraceLines, StartWithoutPrefixSwitchesOnEveryOtherOption) {
     EXPECT_EQ(kStamp + "echoed\n", log());
     htenter(1, "API/API", 1, "f");
     EXPECT_EQ("echoed\nf: ENTER.\n", os.standard_output);
-}
-
-TEST_F(TraceLines, AStoppedClockLeavesTheStampOut) {
-    os.clock_works = false;
-    ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), nullptr, 0, HT_TIMESTAMP, "p"));
-    ht_log("no time");
-    EXPECT_EQ(" p no time\n", log());
 }
 
 TEST_F(TraceLines, StdoutNameWritesToStandardOutputAndCapitalsMakeAFile) {

@@ -24,24 +24,6 @@ TEST_F(TraceStart, SeverityAboveNineIsRefusedAndLeavesItUnstarted) {
     EXPECT_FALSE(std::filesystem::exists(debug_path));
 }
 
-TEST_F(TraceStart, SeverityZeroOpensNoDebugFile) {
-    EXPECT_EQ(HT_OK, ht_trace_start(log_path.c_str(), debug_path.c_str(), 0, 0, "p"));
-    ht_log("only the log");
-    htenter(1, "API/API", 1, "silent");
-    EXPECT_FALSE(std::filesystem::exists(debug_path));
-    EXPECT_EQ(" p only the log\n", log());
-}
-
-TEST_F(TraceStart, FlagsAbove255StartWithNoOptionsAtAll) {
-    EXPECT_EQ(HT_E_FLAGS, ht_trace_start(log_path.c_str(), debug_path.c_str(), 5, 256, "ignored"));
-    uint32_t severity = 0;
-    EXPECT_EQ(HT_OK, ht_get_severity(&severity));
-    EXPECT_EQ(5u, severity);
-    ht_log("plain");
-    EXPECT_EQ("plain\n", log());
-    EXPECT_EQ(std::string(33, ' ') + "plain\n", debug());
-}
-
 TEST_F(TraceStart, OnlyOneStartPerProcessAndStopClearsTheRecord) {
     ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), debug_path.c_str(), 4, 0, "p"));
     EXPECT_EQ(HT_E_STARTED, ht_trace_start(log_path.c_str(), nullptr, 0, 0, "p"));
@@ -93,13 +75,6 @@ TEST_F(TraceStart, SelfDiagnosticsDescribeTheStart) {
             "ht_trace_start: flags: 0x0.\n"
             "ht_trace_start returns 10005.\n",
         read_file(diagnostics));
-}
-
-TEST_F(TraceStart, ExistingFilesAreAppendedTo) {
-    write_file(log_path, "earlier run\n");
-    ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), nullptr, 0, 0, "p"));
-    ht_log("this run");
-    EXPECT_EQ("earlier run\n p this run\n", log());
 }
 
 }  // namespace

@@ -41,12 +41,10 @@ TEST_F(UserTest, InstallingUserAndComputerAreThoseOfTheSystem) {
     // Outside a domain, as local administrator, accounts local to this computer.
     EXPECT_EQ("11101000", properties_of(block));
     EXPECT_STREQ("", dplGetDoaminControler(block));
-}
-
-TEST_F(UserTest, CaptureOnlyDeploysNoCredentials) {
-    InstallControlBlock *block = open(DPL_MODE_MAINTENANCE);
-    ASSERT_NE(nullptr, block);
-    EXPECT_EQ("10101000", properties_of(block));
+    // Capture only: no credentials are deployed.
+    InstallControlBlock *capture = open(DPL_MODE_MAINTENANCE);
+    ASSERT_NE(nullptr, capture);
+    EXPECT_EQ("10101000", properties_of(capture));
 }
 
 TEST_F(UserTest, PropertiesAndTheLastError) {
