@@ -148,6 +148,8 @@ scripts/run-fuzzers.sh | tee "$logs/fuzz.log"
 [[ ${PIPESTATUS[0]} -eq 0 ]] || status=1
 passed=$((passed + $(grep -c 'no crash$' "$logs/fuzz.log")))
 failed=$((failed + $(grep -c 'FAILED' "$logs/fuzz.log")))
+# A fuzz build that fails runs no target: that counts too.
+grep -q '^fuzz build failed' "$logs/fuzz.log" && failed=$((failed + 1))
 
 rm -rf "$logs"
 cd "$root"

@@ -82,7 +82,8 @@ windows)
   ;;
 esac
 cp "$services" "$work/services.before" 2>/dev/null || : >"$work/services.before"
-entries() { awk '!/^#/ && NF >= 2 { print $1, $2 }' "$1" | sort; }
+# Rewritten in text mode, the file may change its line ends: they are not compared.
+entries() { tr -d '\r' <"$1" | awk '!/^#/ && NF >= 2 { print $1, $2 }' | sort; }
 
 echo "\$ dpl_deploy_instance --keep $dir"
 run --keep "$dir" | tee "$work/deploy.out"
