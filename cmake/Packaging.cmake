@@ -5,10 +5,14 @@ install(TARGETS dpl EXPORT dplTargets
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(TARGETS dplsync dpl_deploy_instance RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+set(DPL_PROGRAMS dplsync)
+if(TARGET dpl_deploy_instance)
+  list(APPEND DPL_PROGRAMS dpl_deploy_instance)
+endif()
+install(TARGETS ${DPL_PROGRAMS} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 if(NOT WIN32)
   # The installed programs find the installed library beside them.
-  set_target_properties(dplsync dpl_deploy_instance PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(${DPL_PROGRAMS} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 endif()
 install(FILES include/dpl/dpl.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/dpl)
 install(EXPORT dplTargets NAMESPACE dpl:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/dpl FILE dplTargets.cmake)
