@@ -24,8 +24,13 @@ constexpr uint32_t kAllButPrefix = 0xFFFFFFFBu;
 // The optional self-diagnostics file named by HTRACE_DEBUG.
 class SelfDiagnostics {
 public:
+    // Without memory to look the variable up there are no diagnostics.
     SelfDiagnostics() {
-        if (const auto name = platform::current().get_env("HTRACE_DEBUG")) file_.emplace(*name);
+        try {
+            if (const auto name = platform::current().get_env("HTRACE_DEBUG")) file_.emplace(*name);
+        } catch (const std::bad_alloc &) {
+            file_.reset();
+        }
     }
     bool on() const { return file_ && file_->is_open(); }
     void write(const char *text) {

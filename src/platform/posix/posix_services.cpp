@@ -107,7 +107,12 @@ ServiceQuery PosixServiceManager::query_service(const std::string &name, uint32_
     ServiceKey key(registry_);
     const uint32_t rc = key.open(name);
     if (rc == 0) return ServiceQuery::Installed;
-    if (rc == err::kFileNotFound || rc == err::kPathNotFound) return ServiceQuery::NotInstalled;
+    // A name no service can have is not installed, as the Windows manager
+    // answers; only a store that cannot be read leaves the question open.
+    if (rc == err::kFileNotFound || rc == err::kPathNotFound || rc == err::kInvalidParameter ||
+        rc == err::kInvalidName) {
+        return ServiceQuery::NotInstalled;
+    }
     if (error != nullptr) *error = rc;
     return ServiceQuery::ManagerUnavailable;
 }
