@@ -81,23 +81,23 @@ bool is_repeatable(std::string_view name) {
 }
 
 struct ConfigTable::Impl {
-    // Each block reserves its lines and constructs them as they are taken,
-    // so a new table costs no zeroing of a thousand lines; a reserved block
-    // never reallocates, so lines never move.
-    std::vector<std::vector<Line>> blocks;
+    // The table grows a block of lines at a time, as callers see in its
+    // capacity. The lines themselves are kept in small chunks, each reserved
+    // whole and filled in place, so that no line ever moves (the records'
+    // pointers into their strings stay good) and a new table costs no
+    // thousand-line allocation.
+    static constexpr std::size_t kChunkLines = 64;
+    std::vector<std::vector<Line>> chunks;
+    std::size_t blocks = 0;
     std::size_t count = 0;
     uint64_t versions = 0;  // the last version handed out, table-wide
     // Keys view the names inside the lines, which never change.
     std::unordered_map<std::string_view, Group> index;
 
-    Line &line(Index at) { return blocks[at / kBlockEntries][at % kBlockEntries]; }
-    const Line &line(Index at) const { return blocks[at / kBlockEntries][at % kBlockEntries]; }
+    Line &line(Index at) { return chunks[at / kChunkLines][at % kChunkLines]; }
+    const Line &line(Index at) const { return chunks[at / kChunkLines][at % kChunkLines]; }
 
-    void grow() {
-        std::vector<Line> block;
-        block.reserve(kBlockEntries);
-        blocks.push_back(std::move(block));
-    }
+    void grow() { ++blocks; }
 
     Index find(std::string_view name, const std::optional<std::string_view> &field) const {
         const auto found = index.find(compare_key(name));
@@ -107,11 +107,16 @@ struct ConfigTable::Impl {
     }
 
     Line &next_line() {
-        if (count == blocks.size() * kBlockEntries) grow();
-        std::vector<Line> &block = blocks[count / kBlockEntries];
+        if (count == blocks * kBlockEntries) grow();
+        if (count == chunks.size() * kChunkLines) {
+            std::vector<Line> chunk;
+            chunk.reserve(kChunkLines);
+            chunks.push_back(std::move(chunk));
+        }
+        std::vector<Line> &chunk = chunks[count / kChunkLines];
         // A line taken by an insertion that then failed is taken again.
-        if (block.size() == count % kBlockEntries) block.emplace_back();
-        return block[count % kBlockEntries];
+        if (chunk.size() == count % kChunkLines) chunk.emplace_back();
+        return chunk[count % kChunkLines];
     }
 };
 
@@ -123,12 +128,12 @@ ConfigTable::ConfigTable(ConfigTable &&) noexcept = default;
 ConfigTable &ConfigTable::operator=(ConfigTable &&) noexcept = default;
 
 bool ConfigTable::has_storage() const {
-    return impl_ && !impl_->blocks.empty();
+    return impl_ && impl_->blocks > 0;
 }
 
 void ConfigTable::ensure_storage() {
     if (!impl_) impl_ = std::make_unique<Impl>();
-    if (impl_->blocks.empty()) impl_->grow();
+    if (impl_->blocks == 0) impl_->grow();
 }
 
 void ConfigTable::reserve_one() {
@@ -250,7 +255,7 @@ std::size_t ConfigTable::size() const {
 }
 
 std::size_t ConfigTable::capacity() const {
-    return impl_ ? impl_->blocks.size() * kBlockEntries : 0;
+    return impl_ ? impl_->blocks * kBlockEntries : 0;
 }
 
 std::vector<const ConfigEntry *> ConfigTable::in_sequence_order() const {
