@@ -38,6 +38,22 @@ count_gtest() {
   failed=$((failed + ${bad:-0}))
 }
 
+# A script that ends with "<word>: ok" when all went well: one passed or
+# failed step. Arguments: what to print, the log's name, <word>, the command.
+script_step() {
+  local label=$1 log=$logs/$2.log word=$3
+  shift 3
+  if "$@" >"$log" 2>&1 && grep -q "^$word: ok\$" "$log"; then
+    echo "$label: ok"
+    passed=$((passed + 1))
+  else
+    grep -E "^(FAILED|$word)" "$log" | tail -30
+    tail -5 "$log"
+    status=1
+    failed=$((failed + 1))
+  fi
+}
+
 echo "== native build (dev preset: AddressSanitizer, UndefinedBehaviorSanitizer)"
 if cmake --preset dev >"$logs/native-configure.log" 2>&1 &&
    cmake --build --preset dev -j2 >"$logs/native-build.log" 2>&1; then
@@ -69,23 +85,9 @@ if cmake --preset release >"$logs/release-configure.log" 2>&1 &&
   fi
   rm -rf "$vg"
   echo "== installed package: a C consumer built with find_package (native)"
-  if scripts/test-consumer.sh native >"$logs/consumer-native.log" 2>&1 && grep -q '^consumer: ok$' "$logs/consumer-native.log"; then
-    echo "consumer (native): ok"
-    passed=$((passed + 1))
-  else
-    tail -30 "$logs/consumer-native.log"
-    status=1
-    failed=$((failed + 1))
-  fi
+  script_step "consumer (native)" consumer-native consumer scripts/test-consumer.sh native
   echo "== the example installer: deploy two instances, check, remove, check (native, scratch machine root)"
-  if scripts/test-example.sh native >"$logs/example-native.log" 2>&1 && grep -q '^example: ok$' "$logs/example-native.log"; then
-    echo "example (native): ok"
-    passed=$((passed + 1))
-  else
-    grep -E '^(FAILED|example)' "$logs/example-native.log" | tail -30
-    status=1
-    failed=$((failed + 1))
-  fi
+  script_step "example (native)" example-native example scripts/test-example.sh native
 else
   cat "$logs"/release-*.log | tail -40
   status=1
@@ -106,22 +108,8 @@ if cmake --preset windows >"$logs/windows-configure.log" 2>&1 &&
   grep -E '^\[  (FAILED|PASSED) ' "$logs/windows-test.log" | tail -20
   grep -B3 -A15 ': Failure$' "$logs/windows-test.log" | head -80
   count_gtest "$logs/windows-test.log"
-  if scripts/test-consumer.sh windows >"$logs/consumer-windows.log" 2>&1 && grep -q '^consumer: ok$' "$logs/consumer-windows.log"; then
-    echo "consumer (Windows, under Wine): ok"
-    passed=$((passed + 1))
-  else
-    tail -30 "$logs/consumer-windows.log"
-    status=1
-    failed=$((failed + 1))
-  fi
-  if scripts/test-example.sh windows >"$logs/example-windows.log" 2>&1 && grep -q '^example: ok$' "$logs/example-windows.log"; then
-    echo "example (Windows, under Wine): ok"
-    passed=$((passed + 1))
-  else
-    grep -E '^(FAILED|example)' "$logs/example-windows.log" | tail -30
-    status=1
-    failed=$((failed + 1))
-  fi
+  script_step "consumer (Windows, under Wine)" consumer-windows consumer scripts/test-consumer.sh windows
+  script_step "example (Windows, under Wine)" example-windows example scripts/test-example.sh windows
   # Every fuzz corpus replayed by the Windows build of its target.
   for program in build/windows/bin/*_replay.exe; do
     name=$(basename "$program" _replay.exe)
