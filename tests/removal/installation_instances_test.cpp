@@ -147,7 +147,7 @@ protected:
                        "DBSERVERNAME " + server + "\n");
             for (const std::string &service : {server, server + "_json"})
                 ASSERT_EQ(0, dplWinServiceCreate(block, service.c_str(), nullptr, nullptr,
-                                                 (dir(installation) + "\\bin\\oninit.exe").c_str(), nullptr,
+                                                 (dir(installation) + "\\bin\\server.exe").c_str(), nullptr,
                                                  nullptr));
         }
 #ifndef _WIN32
