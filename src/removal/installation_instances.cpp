@@ -128,28 +128,35 @@ int32_t remove_all(InstallControlBlock *block, const char *install_dir, Listener
 
 }  // namespace
 
-int32_t stop_installation_instances(InstallControlBlock *pointer, const char *install_dir,
-                                    ListenerServices &listeners, InstanceCalls &instances) {
+namespace {
+
+// The argument checks both entries make before their traced walk.
+template <class Walk>
+int32_t checked_walk(InstallControlBlock *pointer, const char *install_dir, const char *function,
+                     Walk &&walk) {
     InstallControlBlock *block = core::as_block(pointer);
     if (block == nullptr) return DPL_E_BAD_CONTEXT;
     if (!has_text(install_dir)) {
         ht_log("Function requires installation path as argument\n");
         return DPL_E_NULL_ARGUMENT;
     }
-    return trace::traced_call(kInstall, __LINE__, "dplStopInstallationInstances",
-                              [&] { return stop_all(block, install_dir, listeners, instances); });
+    return trace::traced_call(kInstall, __LINE__, function, [&] { return walk(block); });
+}
+
+}  // namespace
+
+int32_t stop_installation_instances(InstallControlBlock *pointer, const char *install_dir,
+                                    ListenerServices &listeners, InstanceCalls &instances) {
+    return checked_walk(
+        pointer, install_dir, "dplStopInstallationInstances",
+        [&](InstallControlBlock *block) { return stop_all(block, install_dir, listeners, instances); });
 }
 
 int32_t remove_installation_instances(InstallControlBlock *pointer, const char *install_dir,
                                       ListenerServices &listeners, InstanceCalls &instances) {
-    InstallControlBlock *block = core::as_block(pointer);
-    if (block == nullptr) return DPL_E_BAD_CONTEXT;
-    if (!has_text(install_dir)) {
-        ht_log("Function requires installation path as argument\n");
-        return DPL_E_NULL_ARGUMENT;
-    }
-    return trace::traced_call(kInstall, __LINE__, "dplRemoveInstallationInstances",
-                              [&] { return remove_all(block, install_dir, listeners, instances); });
+    return checked_walk(
+        pointer, install_dir, "dplRemoveInstallationInstances",
+        [&](InstallControlBlock *block) { return remove_all(block, install_dir, listeners, instances); });
 }
 
 }  // namespace dpl::removal
