@@ -23,6 +23,9 @@ for program in build/fuzz/bin/*_fuzz; do
   else
     echo "fuzz $name: FAILED"
     tail -30 "$work/$name.log"
+    # The failing input outlives the scratch directory, to be kept as a finding.
+    findings=${FUZZ_FINDINGS:-/tmp/dpl-fuzz-findings}
+    mkdir -p "$findings" && cp "$work/$name"-* "$findings/" 2>/dev/null && echo "fuzz $name: input kept in $findings"
     status=1
   fi
 done
