@@ -61,8 +61,10 @@ native)
 windows)
   cmake --install build/windows --prefix "$work/prefix" >/dev/null || exit 1
   services=$WINEPREFIX/drive_c/windows/system32/drivers/etc/services
-  dir=$(winepath -w "$inst" 2>/dev/null)
-  log=$(winepath -w "$work/install.log" 2>/dev/null)
+  # Wine maps the Unix root to drive Z:; spelled out here because winepath
+  # itself sometimes answers nothing on a busy machine.
+  dir="Z:${inst//\//\\}"
+  log="Z:${work//\//\\}\\install.log"
   run() { (cd "$work/prefix/bin" && INSTALL_LOG="$log" wine ./dpl_deploy_instance.exe "$@") | tr -d '\r'; }
   key() { wine reg query "HKLM\\$1" >/dev/null 2>&1; }
   # "reg query" prints a value as: blanks, name, blanks, type, blanks, data.
