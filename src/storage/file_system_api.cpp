@@ -107,22 +107,6 @@ int32_t volume_of_path(const char *path, uint64_t *total_kb, uint64_t *available
     return volume_kb(*directory, total_kb, available_kb);
 }
 
-template <class Body>
-int64_t traced_wide(const char *function, Body &&body) noexcept {
-    htenter(1, kInstance, __LINE__, function);
-    int64_t rc = DPL_E_FAIL;
-    try {
-        rc = body();
-    } catch (const std::bad_alloc &) {
-        rc = DPL_E_NOMEM;
-    } catch (...) {
-        rc = DPL_E_FAIL;
-    }
-    // The exit mark carries a 32-bit code; figures beyond it are marked as success.
-    htexit(1, kInstance, __LINE__, rc < 0 ? static_cast<int32_t>(rc) : DPL_OK);
-    return rc;
-}
-
 }  // namespace
 }  // namespace dpl::storage
 
@@ -143,19 +127,20 @@ int32_t dplSetFileSysInfo(InstallControlBlock *pointer, const char *path, uint64
 int64_t dplGetFileSysRequiredspace(InstallControlBlock *pointer, const char *path, int32_t /*reserved*/) {
     InstallControlBlock *block = dpl::core::as_block(pointer);
     if (block == nullptr) return DPL_E_BAD_CONTEXT;
-    return dpl::storage::traced_wide("dplGetFileSysRequiredspace",
-                                     [&] { return dpl::storage::required_space(*block, path); });
+    return dpl::trace::traced_call(dpl::trace::kInstance, __LINE__, "dplGetFileSysRequiredspace",
+                                   [&] { return dpl::storage::required_space(*block, path); });
 }
 
 int64_t dplGetFileSysFreespace(InstallControlBlock *pointer, const char *path) {
     InstallControlBlock *block = dpl::core::as_block(pointer);
     if (block == nullptr) return DPL_E_BAD_CONTEXT;
-    return dpl::storage::traced_wide("dplGetFileSysFreespace", [&]() -> int64_t {
-        uint64_t available_kb = 0;
-        const int32_t rc = dpl::storage::volume_of_path(path, nullptr, &available_kb);
-        if (rc != DPL_OK) return rc;
-        return static_cast<int64_t>(available_kb) / dpl::storage::unit_divisor(block->disk_mem_units);
-    });
+    return dpl::trace::traced_call(
+        dpl::trace::kInstance, __LINE__, "dplGetFileSysFreespace", [&]() -> int64_t {
+            uint64_t available_kb = 0;
+            const int32_t rc = dpl::storage::volume_of_path(path, nullptr, &available_kb);
+            if (rc != DPL_OK) return rc;
+            return static_cast<int64_t>(available_kb) / dpl::storage::unit_divisor(block->disk_mem_units);
+        });
 }
 
 int32_t dplGetFileSysInfo(InstallControlBlock *pointer, const char *path, uint64_t *total_kb,

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <new>
+#include <type_traits>
 
 #include "dpl/dpl.h"
 
@@ -20,11 +21,15 @@ inline constexpr const char *kFileIo = "API/nt_filio";
 
 // Runs `body` between an ENTER and an EXIT line, turning an allocation
 // failure into -1000 and any other escaping exception into -1, so that
-// nothing thrown inside ever crosses the C boundary.
-template <class Body>
-int32_t traced_call(const char *source_file, int32_t line, const char *function, Body &&body) noexcept {
+// nothing thrown inside ever crosses the C boundary. A body may answer a
+// 64-bit figure; the exit mark carries a 32-bit code, so a figure beyond it
+// is marked as success.
+template <class Body, class Result = std::invoke_result_t<Body &>>
+Result traced_call(const char *source_file, int32_t line, const char *function, Body &&body) noexcept {
+    static_assert(std::is_integral_v<Result> && std::is_signed_v<Result> &&
+                  sizeof(Result) <= sizeof(int64_t));
     htenter(1, source_file, line, function);
-    int32_t rc = DPL_E_FAIL;
+    Result rc = DPL_E_FAIL;
     try {
         rc = body();
     } catch (const std::bad_alloc &) {
@@ -32,7 +37,12 @@ int32_t traced_call(const char *source_file, int32_t line, const char *function,
     } catch (...) {
         rc = DPL_E_FAIL;
     }
-    return htexit(1, source_file, line, rc);
+    if constexpr (sizeof(Result) > sizeof(int32_t)) {
+        htexit(1, source_file, line, rc < 0 ? static_cast<int32_t>(rc) : DPL_OK);
+        return rc;
+    } else {
+        return htexit(1, source_file, line, rc);
+    }
 }
 
 }  // namespace dpl::trace
