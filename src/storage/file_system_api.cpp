@@ -11,8 +11,6 @@
 namespace dpl::storage {
 namespace {
 
-using trace::kInstance;
-
 constexpr int32_t kRecommendedSpaces = 6;
 
 bool blank(const char *text) {
