@@ -4,7 +4,7 @@
 namespace dpl::test {
 namespace {
 
-using AddConnection = ConnectionTest;
+using AddConnection = ConnectionTest<>;
 
 TEST_F(AddConnection, FirstAliasNamesTheServerAndTheOthersBecomeAliases) {
     EXPECT_EQ(0, dplAddConnection(block, "alpha", 0x5E, "h1", 9001, "svc_a", nullptr));
