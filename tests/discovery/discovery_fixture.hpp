@@ -50,20 +50,14 @@ protected:
     // The messages logged since the last call, one a line, without the
     // trace's prefix.
     std::string take_log() {
-        std::string text = read_file_text(log_path);
-        const std::string fresh = text.substr(seen_);
+        const std::string text = read_file_text(log_path);
+        // A line end in front, so that every message starts after "\n t ".
+        std::string messages = "\n" + text.substr(seen_);
         seen_ = text.size();
-        std::string messages;
-        std::size_t at = 0;
-        while (at < fresh.size()) {
-            const std::string prefix = " t ";
-            if (fresh.compare(at, prefix.size(), prefix) == 0) at += prefix.size();
-            const std::size_t end = fresh.find("\n t ", at);
-            const std::size_t stop = end == std::string::npos ? fresh.size() : end + 1;
-            messages += fresh.substr(at, stop - at);
-            at = stop;
+        for (std::size_t at = 0; (at = messages.find("\n t ", at)) != std::string::npos; ++at) {
+            messages.erase(at + 1, 3);
         }
-        return messages;
+        return messages.substr(1);
     }
     // A registry export text value of a path or other text.
     static std::string reg_text(const std::string &text) {
