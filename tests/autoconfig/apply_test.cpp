@@ -64,7 +64,7 @@ TEST_F(AutoconfigApply, GeneratedParametersInTheirOrder) {
     EXPECT_TRUE(std::filesystem::is_regular_file(spaces + sep() + "rootdbs.000"));
 }
 
-TEST_F(AutoconfigApply, MirrorsConnectionsAndAFailedWriteKeepTheEarlierParameters) {
+TEST_F(AutoconfigApply, MirrorAndConnectionParameters) {
     small_server(2000, 0);
     ASSERT_EQ(0, dplSetAutoConfig(block, DPL_SET_MIRROR_ALL, "T"));
     ASSERT_EQ(0, dplSetAutoConfig(block, DPL_SET_MIRRORPATH, dir.file("mirror").c_str()));

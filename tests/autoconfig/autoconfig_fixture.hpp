@@ -1,42 +1,25 @@
-// A block whose current instance has ORVANDEXDIR and ORVANDEXSERVER set to a
-// scratch directory and server "srv", with a trace facility that writes
-// everything to a log and a debug file in that directory.
+// The instance of a server "srv" in the scratch directory, with its
+// autoconfig settings and recommendation records.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "dpl/dpl.h"
-#include "support/test_support.hpp"
-#include "trace/trace_state.hpp"
+#include "config/config_test_fixture.hpp"
 
 namespace dpl::test {
 
-class AutoconfigTest : public ::testing::Test {
+class AutoconfigTest : public ConfigTest {
 protected:
     void SetUp() override {
-        trace::reset_for_tests();
-        set_env("INSTALL_LOG", nullptr);
-        std::filesystem::create_directories(dir.path() / "etc");
-        ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), debug_path.c_str(), 9, 0, "p"));
-        block = init_API(0, 1, "p", "12.10.FC1");
-        ASSERT_NE(nullptr, block);
-        instance = dplGetCurrentInstance(block);
+        ConfigTest::SetUp();
         settings = dplGetAutoConfigSettings(block);
         record = dplGetRecommendationRecord(block);
         ASSERT_NE(nullptr, settings);
         ASSERT_NE(nullptr, record);
-        ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXDIR", dir.path().string().c_str()));
         ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXSERVER", "srv"));
         new_messages();  // what initialisation logged is not the test's
-    }
-    void TearDown() override {
-        finish(block);
-        trace::reset_for_tests();
     }
 
     // Reads `content` as the instance's onconfig.
@@ -44,11 +27,10 @@ protected:
         write_file(onconfig_path(), content);
         ASSERT_EQ(0, dplReadConfig(instance, onconfig_path().c_str()));
     }
-    std::string onconfig_path() const { return (dir.path() / "etc" / "onconfig.srv").string(); }
-    std::string log() const { return read_file_text(log_path); }
+    std::string onconfig_path() const { return etc_file("onconfig.srv"); }
     // The messages logged since the last call, without their " p " prefix.
     std::vector<std::string> new_messages() {
-        const std::string text = log();
+        const std::string text = read_file_text(log_path);
         std::vector<std::string> messages;
         for (const std::string &line : lines_of(text.substr(std::min(seen_, text.size())))) {
             messages.push_back(line.rfind(" p ", 0) == 0 ? line.substr(3) : line);
@@ -76,11 +58,6 @@ protected:
     }
     std::string sep() const { return std::string(1, std::filesystem::path::preferred_separator); }
 
-    ScratchDir dir;
-    const std::string log_path = dir.file("install.log");
-    const std::string debug_path = dir.file("install.log.debug");
-    InstallControlBlock *block = nullptr;
-    Instance *instance = nullptr;
     AutoConfigSettings *settings = nullptr;
     Recommendation *record = nullptr;
 

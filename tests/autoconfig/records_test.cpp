@@ -1,6 +1,4 @@
 // The records every instance starts with, and their reset.
-#include <cstring>
-
 #include "autoconfig/autoconfig_state.hpp"
 #include "autoconfig_fixture.hpp"
 

@@ -4,7 +4,7 @@
 namespace dpl::test {
 namespace {
 
-using AddConnection = ConnectionTest;
+using AddConnection = ConnectionTest<>;
 
 TEST_F(AddConnection, FirstAliasNamesTheServerAndTheOthersBecomeAliases) {
     EXPECT_EQ(0, dplAddConnection(block, "alpha", 0x5E, "h1", 9001, "svc_a", nullptr));
@@ -33,10 +33,16 @@ TEST_F(AddConnection, FirstAliasNamesTheServerAndTheOthersBecomeAliases) {
 TEST_F(AddConnection, AnExistingAliasIsUpdatedInPlace) {
     ASSERT_EQ(0, dplAddConnection(block, "alpha", 0x5E, "old", 9001, "svc_a", "k=1"));
     ASSERT_EQ(0, dplAddConnection(block, "beta", 0x5E, "h2", 9002, "svc_b", nullptr));
+    Connection *before = nullptr;
+    ASSERT_EQ(0, dplGetConnection(block, "alpha", &before));
     ASSERT_EQ(0, dplAddConnection(block, "alpha", 0, "new", 0, "", nullptr));
     EXPECT_EQ("alpha:0:new:9001:svc_a:k=1\nbeta:94:h2:9002:svc_b:(null)\n", listing());
     ASSERT_EQ(0, dplAddConnection(block, "alpha", 0x46, nullptr, 7, "svc_x", "o=2"));
     EXPECT_EQ("alpha:70:new:7:svc_x:o=2\nbeta:94:h2:9002:svc_b:(null)\n", listing());
+    // The record a caller holds stays the entry's.
+    Connection *after = nullptr;
+    ASSERT_EQ(0, dplGetConnection(block, "alpha", &after));
+    EXPECT_EQ(before, after);
 }
 
 TEST_F(AddConnection, AliasesContainedInTheListAreNotAddedAgain) {

@@ -11,30 +11,13 @@
 
 namespace dpl::test {
 
-// The connection list of the current instance, one line per entry, comments
-// shown as their text.
-inline std::string listing_of(const InstallControlBlock *block) {
-    const auto text_of = [](const char *value) { return std::string(value != nullptr ? value : "(null)"); };
-    std::string text;
-    for (const Connection *entry = block->current->connections.head(); entry != nullptr;
-         entry = entry->next) {
-        if (entry->kind == DPL_CONNECTION_ENTRY) {
-            text += text_of(entry->alias) + ":" + std::to_string(entry->protocol) + ":" +
-                    text_of(entry->host) + ":" + std::to_string(entry->port) + ":" + text_of(entry->service) +
-                    ":" + text_of(entry->options) + "\n";
-        } else if (entry->kind == DPL_CONNECTION_COMMENT) {
-            text += "comment " + std::string(entry->alias);
-        } else {
-            text += "blank\n";
-        }
-    }
-    return text;
-}
-
-// A context without port tests, with an empty services database of its own.
-class ConnectionTest : public ::testing::Test {
+// A context without port tests, with a services database of its own;
+// `Base` is the fixture beneath (a plain test, or a scratch machine).
+template <class Base = ::testing::Test>
+class ConnectionTest : public Base {
 protected:
     void SetUp() override {
+        Base::SetUp();
         trace::reset_for_tests();
         set_env("INSTALL_LOG", nullptr);
         block = init_API(DPL_MODE_NO_PORT_TEST, 1, "p", "12.10.FC1");
@@ -46,9 +29,30 @@ protected:
     void TearDown() override {
         finish(block);
         trace::reset_for_tests();
+        Base::TearDown();
     }
 
-    std::string listing() const { return listing_of(block); }
+    // The connection list of the current instance, one line per entry,
+    // comments shown as their text.
+    std::string listing() const {
+        const auto text_of = [](const char *value) {
+            return std::string(value != nullptr ? value : "(null)");
+        };
+        std::string text;
+        for (const Connection *entry = block->current->connections.head(); entry != nullptr;
+             entry = entry->next) {
+            if (entry->kind == DPL_CONNECTION_ENTRY) {
+                text += text_of(entry->alias) + ":" + std::to_string(entry->protocol) + ":" +
+                        text_of(entry->host) + ":" + std::to_string(entry->port) + ":" +
+                        text_of(entry->service) + ":" + text_of(entry->options) + "\n";
+            } else if (entry->kind == DPL_CONNECTION_COMMENT) {
+                text += "comment " + std::string(entry->alias);
+            } else {
+                text += "blank\n";
+            }
+        }
+        return text;
+    }
 
     std::string config(const char *name) const {
         const char *value = nullptr;

@@ -6,7 +6,7 @@
 namespace dpl::test {
 namespace {
 
-using SqlhostsFile = ConnectionTest;
+using SqlhostsFile = ConnectionTest<>;
 
 TEST_F(SqlhostsFile, ReadsConnectionsAndKeepsCommentsInPlace) {
     const std::string path = dir.file("sqlhosts");

@@ -29,24 +29,7 @@ const char kSeed[] =
     "\"SERVICE\"=\"svc_a\"\r\n"
     "\"OPTIONS\"=\"k=1\"\r\n";
 
-class SqlhostsRegistry : public MachineTest {
-protected:
-    void SetUp() override {
-        MachineTest::SetUp();
-        trace::reset_for_tests();
-        block = init_API(DPL_MODE_NO_PORT_TEST, 1, "p", "12.10.FC1");
-        ASSERT_NE(nullptr, block);
-        const std::string services = root.file("services.test");
-        write_file(services, "svc_a 9001/tcp\nsvc_b 9002/tcp\n");
-        dplServicesFree(block);
-        ASSERT_EQ(0, dplServicesLoad(block, services.c_str()));
-    }
-    void TearDown() override {
-        finish(block);
-        MachineTest::TearDown();
-    }
-    InstallControlBlock *block = nullptr;
-};
+using SqlhostsRegistry = ConnectionTest<MachineTest>;
 
 TEST_F(SqlhostsRegistry, ReadsAliasesInKeyOrderAndGroupsTakeThePreviousPort) {
     import_registry(kSeed);
@@ -56,7 +39,7 @@ TEST_F(SqlhostsRegistry, ReadsAliasesInKeyOrderAndGroupsTakeThePreviousPort) {
         "ol_a:70:localhost:9001:svc_a:k=1\n"
         "ol_tcp:94:*localhost:9002:svc_b:(null)\n"
         "ol_zgroup:256:-:9002:-:(null)\n",
-        listing_of(block));
+        listing());
     EXPECT_EQ(DPL_SQLHOSTS_LOCAL_REGISTRY, dplGetSqlhostsLocation(block));
 }
 

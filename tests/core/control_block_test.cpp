@@ -168,18 +168,5 @@ TEST_F(ControlBlock, ConnectionLookupFindsTheFirstEntryOnly) {
     EXPECT_EQ(nullptr, head->next->next->next->next);
 }
 
-TEST_F(ControlBlock, UpdatingAnEntryKeepsItsPlaceAndRecord) {
-    auto &connections = block->current->connections;
-    Connection &entry = connections.append_connection("ol_b", 1, 1, "svc", "h", "k=1");
-    connections.append_comment("# after");
-    ASSERT_EQ(&entry, connections.update_first("ol_b", 7, 9000, "9000", "newhost", ""));
-    EXPECT_EQ(7u, entry.protocol);
-    EXPECT_EQ(9000, entry.port);
-    EXPECT_STREQ("newhost", entry.host);
-    EXPECT_STREQ("", entry.options);
-    EXPECT_STREQ("# after", entry.next->alias);
-    EXPECT_EQ(nullptr, connections.update_first("missing", 1, 1, "", "", ""));
-}
-
 }  // namespace
 }  // namespace dpl::test

@@ -1,10 +1,5 @@
 // What initialisation writes to the log and debug files named by INSTALL_LOG.
-#include <gtest/gtest.h>
-
-#include "dpl/dpl.h"
-#include "support/recording_platform.hpp"
-#include "support/test_support.hpp"
-#include "trace/trace_state.hpp"
+#include "trace/trace_test_fixture.hpp"
 
 namespace dpl::test {
 namespace {
@@ -16,21 +11,17 @@ std::string user_log_lines(InstallControlBlock *block) {
            "Installing on host " + dplGetComputerName(block) + "\n";
 }
 
-class InitLogging : public ::testing::Test {
+class InitLogging : public TraceTest {
 protected:
-    void SetUp() override { trace::reset_for_tests(); }
     void TearDown() override {
         set_env("INSTALL_LOG", nullptr);
         set_env("INSTALL_API_DEBUG", nullptr);
-        trace::reset_for_tests();
+        TraceTest::TearDown();
     }
-    RecordingPlatform os;
-    ScratchDir dir;
 };
 
 TEST_F(InitLogging, InstallLogNamesTheLogAndItsDebugFile) {
-    const std::string log = dir.file("install.log");
-    set_env("INSTALL_LOG", log.c_str());
+    set_env("INSTALL_LOG", log_path.c_str());
     InstallControlBlock *block = init_API(0, 1, "p", "12.10.FC1");
     ASSERT_NE(nullptr, block);
     EXPECT_EQ(0, dplSetEnvironment(block, "ORVANDEXSQLHOSTS", "C:\\etc\\sqlhosts"));
@@ -38,12 +29,12 @@ TEST_F(InitLogging, InstallLogNamesTheLogAndItsDebugFile) {
     const std::string user_lines = user_log_lines(block);
     EXPECT_EQ(0, finish(block));
 
-    EXPECT_EQ(user_lines + "2026-11-21 09:08:07    42  4242 finish entered\n", read_file(log));
+    EXPECT_EQ(user_lines + "2026-11-21 09:08:07    42  4242 finish entered\n", log());
     // The lines of this file's calls, leaving out those of the services load
     // and of the installing user's context.
     std::vector<std::string> lines;
     bool after_services = false;
-    for (const auto &line : lines_of(read_file(log + ".debug"))) {
+    for (const auto &line : lines_of(debug())) {
         const bool services =
             line.find("API/dpl_services") != std::string::npos ||
             line.find("API/dpl_user") != std::string::npos ||
@@ -68,9 +59,9 @@ TEST_F(InitLogging, InstallLogNamesTheLogAndItsDebugFile) {
 }
 
 TEST_F(InitLogging, ALongInstallLogKeepsTheLogButDropsTheDebugFile) {
-    const std::string log = dir.file(std::string(200, 'L'));
-    ASSERT_GE(log.size(), 200u);
-    set_env("INSTALL_LOG", log.c_str());
+    const std::string long_log = dir.file(std::string(200, 'L'));
+    ASSERT_GE(long_log.size(), 200u);
+    set_env("INSTALL_LOG", long_log.c_str());
     InstallControlBlock *block = init_API(0, 1, "p", "12.10.FC1");
     ASSERT_NE(nullptr, block);
     uint32_t severity = 99;
@@ -78,8 +69,8 @@ TEST_F(InitLogging, ALongInstallLogKeepsTheLogButDropsTheDebugFile) {
     EXPECT_EQ(0u, severity);
     const std::string user_lines = user_log_lines(block);
     EXPECT_EQ(0, finish(block));
-    EXPECT_EQ(user_lines + "2026-11-21 09:08:07    42  4242 finish entered\n", read_file(log));
-    EXPECT_FALSE(std::filesystem::exists(log + ".debug"));
+    EXPECT_EQ(user_lines + "2026-11-21 09:08:07    42  4242 finish entered\n", read_file(long_log));
+    EXPECT_FALSE(std::filesystem::exists(long_log + ".debug"));
 }
 
 TEST_F(InitLogging, InstallApiDebugBracketsTheStart) {
@@ -98,9 +89,8 @@ TEST_F(InitLogging, InstallApiDebugBracketsTheStart) {
         read_file(notes));
 
     trace::reset_for_tests();
-    const std::string log = dir.file("x.log");
-    EXPECT_EQ(0, setupIATrace(log.c_str(), nullptr, 0));
-    EXPECT_EQ(0, setupIATrace(log.c_str(), nullptr, 0));  // 10005 counts as success
+    EXPECT_EQ(0, setupIATrace(log_path.c_str(), nullptr, 0));
+    EXPECT_EQ(0, setupIATrace(log_path.c_str(), nullptr, 0));  // 10005 counts as success
     EXPECT_NE(std::string::npos, read_file(notes).find("After starting tracing. nrc = 10005.\n"));
 }
 

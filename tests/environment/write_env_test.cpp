@@ -55,7 +55,7 @@ bool operator==(const platform::RegValue &a, const platform::RegValue &b) {
     return a.type == b.type && a.data == b.data;
 }
 
-class WriteEnv : public EnvironmentTest {};
+using WriteEnv = EnvironmentTest;
 
 TEST_F(WriteEnv, CommandFileAndRegistryEnvironment) {
     open();

@@ -1,13 +1,8 @@
 // Product strings, install tags, installed versions and alias lists against
 // a machine's registry and files.
-#include <filesystem>
 #include <string>
-#include <vector>
 
-#include "core/control_block.hpp"
-#include "dpl/dpl.h"
-#include "support/machine_fixture.hpp"
-#include "trace/trace_state.hpp"
+#include "environment/environment_fixture.hpp"
 
 namespace dpl::test {
 namespace {
@@ -25,25 +20,10 @@ const char kVersions[] =
     "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Orvandex\\DBMS\\14.10]\r\n"
     "\"Other\"=\"x\"\r\n";
 
-class InstallRegistry : public MachineTest {
+class InstallRegistry : public EnvironmentTest {
 protected:
-    void SetUp() override {
-        MachineTest::SetUp();
-        trace::reset_for_tests();
-        set_env("INSTALL_LOG", nullptr);
-    }
-    void TearDown() override {
-        if (block != nullptr) finish(block);
-        trace::reset_for_tests();
-        MachineTest::TearDown();
-    }
-    InstallControlBlock *open(int32_t product_mode) {
-        block = init_API(0, product_mode, "p", "12.10.FC1");
-        return block;
-    }
     void marker(const std::string &name, const std::string &content) {
-        std::filesystem::create_directories(root.path() / "inst" / "etc");
-        write_file((root.path() / "inst" / "etc" / name).string(), content);
+        write_file(in_dir("etc/" + name), content);
     }
     // The version found for the scratch installation, or the status.
     std::string version(int32_t kind, const std::string &directory) {
@@ -53,9 +33,6 @@ protected:
         dplFree(text);
         return result;
     }
-    std::string dir() const { return (root.path() / "inst").string(); }
-
-    InstallControlBlock *block = nullptr;
 };
 
 TEST_F(InstallRegistry, ProductNamesAndInstallStrings) {
@@ -84,16 +61,16 @@ TEST_F(InstallRegistry, NextFreeTagOfAVersionKeptByInitialisationForProductModeZ
     EXPECT_EQ(5, dplUniqueInstallTag(11, 70));
     EXPECT_EQ(0, dplUniqueInstallTag(14, 10));  // no Install_Dir value
     EXPECT_EQ(0, dplUniqueInstallTag(9, 40));   // no key
-    ASSERT_NE(nullptr, open(0));
+    open(0);
     EXPECT_EQ(8, dplGetUniqueInstallTag(block));
     finish(block);
-    ASSERT_NE(nullptr, open(1));
+    open(1);
     EXPECT_EQ(0, dplGetUniqueInstallTag(block));
     EXPECT_EQ(DPL_E_BAD_CONTEXT, dplGetUniqueInstallTag(nullptr));
 }
 
 TEST_F(InstallRegistry, TagOfARegisteredDirectory) {
-    ASSERT_NE(nullptr, open(1));
+    open(1);
     EXPECT_EQ(DPL_E_REG_READ, dplRetrieveInstallTag(block, "C:\\Talix"));
     import_registry(kVersions);
     const struct {
@@ -106,7 +83,7 @@ TEST_F(InstallRegistry, TagOfARegisteredDirectory) {
 }
 
 TEST_F(InstallRegistry, InstalledVersionFromMarkerOrRegistry) {
-    ASSERT_NE(nullptr, open(1));
+    open(1);
     EXPECT_EQ("-993", version(0, dir()));  // no marker, no versions key
     // The scratch installation registered as tag 9 of 15.10.
     std::string escaped;
@@ -139,7 +116,7 @@ std::string joined(char **names, int32_t count) {
 }
 
 TEST_F(InstallRegistry, ServerNameAndAliases) {
-    ASSERT_NE(nullptr, open(1));
+    open(1);
     const struct {
         const char *aliases;
         const char *names;

@@ -1,5 +1,5 @@
-// Path names, classification, file creation and translation. The block's
-// trace log goes to a scratch file, so that the messages can be read.
+// Path names, classification, file creation and translation, with the
+// messages they log.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,27 +10,18 @@
 #include "dpl/dpl.h"
 #include "paths/paths.hpp"
 #include "support/recording_platform.hpp"
-#include "support/test_support.hpp"
-#include "trace/trace_state.hpp"
+#include "support/traced_block_fixture.hpp"
 
 namespace dpl::test {
 namespace {
 
 using Text = std::optional<std::string>;
 
-class PathsTest : public ::testing::Test {
+class PathsTest : public TracedBlockTest<> {
 protected:
     void SetUp() override {
-        trace::reset_for_tests();
-        set_env("INSTALL_LOG", nullptr);
-        ASSERT_EQ(HT_OK, ht_trace_start(log_path.c_str(), nullptr, 9, 0, "p"));
-        block = init_API(0, 1, "p", "12.10.FC1");
-        ASSERT_NE(nullptr, block);
+        TracedBlockTest<>::SetUp();
         log_before = read_file(log_path).size();
-    }
-    void TearDown() override {
-        finish(block);
-        trace::reset_for_tests();
     }
     // What the log gained since the block was made.
     std::string new_log() const { return read_file(log_path).substr(log_before); }
@@ -43,11 +34,8 @@ protected:
     }
     Text xlate(const std::string &path) { return take(dplXlateFilePath(block, path.c_str())); }
 
-    ScratchDir dir;
     const std::string top = dir.path().string();
-    const std::string log_path = dir.file("install.log");
     std::size_t log_before = 0;
-    InstallControlBlock *block = nullptr;
     // The separator that translated paths use here.
     const std::string sep = std::string(1, platform::native().path_separator());
 };

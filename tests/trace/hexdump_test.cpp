@@ -53,10 +53,5 @@ TEST_F(HexDump, DebugKindGoesToTheDebugFileOnlyAndEmptyRangesDoNothing) {
     EXPECT_EQ(before, debug());
 }
 
-TEST(HexDumpUnstarted, ReportsNotStarted) {
-    trace::reset_for_tests();
-    EXPECT_EQ(HT_E_NOTSTARTED, ht_hexdump(HT_DUMP_LOG, "x", 0, 1, 0, 2));
-}
-
 }  // namespace
 }  // namespace dpl::test

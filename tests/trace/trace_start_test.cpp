@@ -11,6 +11,7 @@ TEST_F(TraceStart, NoNamesMeansNothingStarts) {
     uint32_t severity = 99;
     EXPECT_EQ(HT_E_NOTSTARTED, ht_get_severity(&severity));
     ht_log("nowhere");
+    EXPECT_EQ(HT_E_NOTSTARTED, ht_hexdump(HT_DUMP_LOG, "x", 0, 1, 0, 2));
     htenter(1, "API/API", 1, "nothing");
     EXPECT_EQ(4, htexit(1, "API/API", 1, 4));
     EXPECT_EQ(HT_E_NOTSTARTED, ht_trace_stop(nullptr));

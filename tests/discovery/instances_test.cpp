@@ -1,9 +1,11 @@
-// Whether an instance is running: markers of this process and of another
-// one, and the server-number call.
+// The instances of a machine: those registered, whichever installation they
+// belong to, and whether one is running (markers of this process and of
+// another one), and the server-number call.
 #include <chrono>
 #include <thread>
 
 #include "discovery/discovery_fixture.hpp"
+#include "support/child_process.hpp"
 
 namespace dpl::test {
 namespace {
@@ -44,7 +46,7 @@ TEST_F(InstanceMarker, MarkersOfThisProcess) {
 
 TEST_F(InstanceMarker, AMarkerHeldByAnotherProcessEndsWithIt) {
     open();
-    BackgroundChild child("mark ol_child");
+    ChildProcess child(child_program(), {"mark", "ol_child"});
     ASSERT_TRUE(child.started());
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (instance_event_exists("ol_child") == 0 && std::chrono::steady_clock::now() < deadline) {
@@ -56,6 +58,50 @@ TEST_F(InstanceMarker, AMarkerHeldByAnotherProcessEndsWithIt) {
     EXPECT_EQ(-1, dplReleaseInstanceMarker("ol_child"));
     child.kill();
     EXPECT_EQ(0, dplCheckforInstance(block, "ol_child"));
+}
+
+using InstanceNames = DiscoveryTest;
+
+std::string listed(char **names, int32_t count) {
+    std::string text;
+    for (int32_t i = 0; i < count; ++i) text.append(names[i]).append("|");
+    return text;
+}
+
+TEST_F(InstanceNames, EveryRegisteredInstanceOfBothInstallations) {
+    const std::string online = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\Orvandex\\Online\\";
+    import_registry("Windows Registry Editor Version 5.00\r\n\r\n" + online +
+                    "ol_a\\Environment]\r\n\"ORVANDEXDIR\"=\"C:\\\\One\"\r\n\r\n" + online +
+                    "ol_b\\Environment]\r\n\"ORVANDEXDIR\"=\"C:\\\\Two\"\r\n\r\n" + online +
+                    "ol_c\\Environment]\r\n\"ORVANDEXDIR\"=\"c:\\\\two\"\r\n\r\n" + online +
+                    "ol_d\\Environment]\r\n\"ORVANDEXDIR\"=dword:00000007\r\n\r\n" + online +
+                    "ol_e]\r\n\"Version\"=\"12.10.FC1\"\r\n");
+    open();
+    int32_t count = -1;
+    char **names = get_instance_names(block, &count);
+    ASSERT_EQ(5, count);
+    EXPECT_EQ("ol_a|ol_b|ol_c|ol_d|ol_e|", listed(names, count));
+    dplFreeNameList(names, count);
+    EXPECT_EQ(
+        "Getting NQR service names...\n"
+        "Unable to get value of ORVANDEXDIR from ol_d\n"
+        "\nUnable to open Environment registry key\n"
+        "Unable to get value of ORVANDEXDIR from ol_e\n",
+        take_log());
+}
+
+TEST_F(InstanceNames, NoOnlineKeyGivesNoList) {
+    open();
+    int32_t count = -1;
+    EXPECT_EQ(nullptr, get_instance_names(block, &count));
+    EXPECT_EQ(0, count);
+    EXPECT_EQ(nullptr, get_instance_names(block, nullptr));
+    EXPECT_EQ(
+        "Getting NQR service names...\n"
+        "Error: Cannot open registry key: SOFTWARE\\Orvandex\\Online registry key\n"
+        "Getting NQR service names...\n"
+        "Error: Cannot open registry key: SOFTWARE\\Orvandex\\Online registry key\n",
+        take_log());
 }
 
 }  // namespace
