@@ -1,16 +1,12 @@
 // The set-up script, byte for byte: an ordinary instance with spaces of every
 // kind, a mirror and both logs, and a demonstration instance with and
 // without the JSON listener.
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <map>
 #include <string>
 
-#include "dpl/dpl.h"
+#include "deploy/deploy_fixture.hpp"
 #include "platform/platform.hpp"
-#include "support/machine_fixture.hpp"
-#include "trace/trace_state.hpp"
 
 namespace dpl::test {
 namespace {
@@ -30,17 +26,12 @@ std::string with_listener_lines(const std::string &text, bool json) {
     return kept;
 }
 
-class DeployScript : public MachineTest {
+class DeployScript : public DeployTest {
 protected:
     void SetUp() override {
-        MachineTest::SetUp();
+        DeployTest::SetUp();
         std::filesystem::create_directories(instance_dir / "etc" / "sysadmin");
         std::filesystem::create_directories(instance_dir / "data");
-        trace::reset_for_tests();
-        set_env("INSTALL_LOG", nullptr);
-        ASSERT_EQ(HT_OK, ht_trace_start(root.file("install.log").c_str(), nullptr, 0, 0, "t"));
-        block = init_API(0, 1, "Orvandex", "12.10");
-        ASSERT_NE(nullptr, block);
         ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXDIR", instance_dir.string().c_str()));
         ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXSERVER", "ol_test"));
         // The grant lines are written only for a server that does not run as
@@ -49,11 +40,6 @@ protected:
         Instance *instance = dplGetCurrentInstance(block);
         ASSERT_EQ(0, dplSetConfig(instance, "ROOTPATH", data("rootdbs").c_str(), nullptr));
         ASSERT_EQ(0, dplSetConfig(instance, "LOGFILES", "6", nullptr));
-    }
-    void TearDown() override {
-        finish(block);
-        trace::reset_for_tests();
-        MachineTest::TearDown();
     }
 
     std::string data(const std::string &name) const { return (instance_dir / "data" / name).string(); }
@@ -87,7 +73,6 @@ protected:
     }
 
     const std::filesystem::path instance_dir = root.path() / "inst";
-    InstallControlBlock *block = nullptr;
 };
 
 TEST_F(DeployScript, OrdinaryInstanceWithEveryKindOfSpaceAMirrorAndBothLogs) {
@@ -159,7 +144,7 @@ TEST_F(DeployScript, RefusalsAndTheirCodes) {
     std::filesystem::remove_all(instance_dir / "etc" / "sysadmin");
     EXPECT_EQ(0, dplOpenSysadminInDeploy(block));
     EXPECT_EQ(DPL_E_OPEN_WRITE, dplGrantDBAonLocalInstance(block));
-    const std::string log = read_file(root.file("install.log"));
+    const std::string log = read_file(log_path);
     for (const char *line : {"ROOTPATH not set.", "ROOTPATH must be set using dplSetConfig()",
                              "Logical/Physical Logs must be located in a dbspace.",
                              "DPL_SET_INSTANCEPATH must be set for a demo instance",

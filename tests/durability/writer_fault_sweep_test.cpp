@@ -20,9 +20,12 @@ const char kSqlhosts[] = "# sqlhosts\nol_a onsoctcp localhost svc_a\n\nol_b onip
 
 class WriterFaultSweep : public MachineTest {
 protected:
-    // A context with the scratch services file loaded and one new service in
-    // it; with `traced`, the trace at full detail, whose calls are swept too.
+    // A context on a registry without Orvandex keys, with the scratch services
+    // file loaded and one new service in it; with `traced`, the trace at full
+    // detail, whose calls are swept too.
     void open_context(uint32_t mode, bool traced = false) {
+        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
+                                            platform::RegView::Default);
         trace::reset_for_tests();
         if (traced) {
             ASSERT_EQ(HT_OK, ht_trace_start(root.file("install.log").c_str(),
@@ -70,8 +73,6 @@ TEST_F(WriterFaultSweep, ConnectionsToAFile) {
 TEST_F(WriterFaultSweep, ConnectionsToTheRegistry) {
     FaultSweep sweep;
     sweep.prepare = [&] {
-        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
-                                            platform::RegView::Default);
         open_context(DPL_MODE_NO_PORT_TEST);
         ASSERT_EQ(0, dplSetSqlhostsLocation(block, DPL_SQLHOSTS_LOCAL_REGISTRY));
         add_connections();
@@ -122,8 +123,6 @@ TEST_F(WriterFaultSweep, EnvironmentCommandFile) {
     FaultSweep sweep;
     sweep.prepare = [&] {
         write_file(command_file, "set OLD=1\n");
-        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
-                                            platform::RegView::Default);
         open_context(0);
         dplSetEnvironment(block, "ORVANDEXDIR", root.path().string().c_str());
         dplSetEnvironment(block, "ORVANDEXSERVER", "ol_env");
@@ -144,8 +143,6 @@ protected:
         std::filesystem::remove_all(inst);
         std::filesystem::create_directories(inst / "etc" / "sysadmin");
         std::filesystem::create_directories(inst / "data");
-        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
-                                            platform::RegView::Default);
         open_context(DPL_MODE_NO_PORT_TEST);
         const std::string dir = inst.string();
         dplSetEnvironment(block, "ORVANDEXDIR", dir.c_str());
