@@ -14,14 +14,10 @@ namespace {
 // The demonstration script with or without the JSON listener's lines, which
 // the expected file marks with "@J@".
 std::string with_listener_lines(const std::string &text, bool json) {
-    const std::string mark = "@J@";
     std::string kept;
     for (const std::string &line : lines_of(text)) {
-        if (!line.starts_with(mark)) {
-            kept += line + "\n";
-        } else if (json) {
-            kept += line.substr(mark.size()) + "\n";
-        }
+        const bool listener = line.starts_with("@J@");
+        if (!listener || json) kept += line.substr(listener ? 3 : 0) + "\n";
     }
     return kept;
 }
@@ -50,18 +46,15 @@ protected:
     // statements give them, in their short form where the system has one.
     std::string expected(const std::string &name, std::map<std::string, std::string> fill,
                          bool chunk_paths = true) const {
-        std::string text =
-            without_carriage_returns(read_file(std::string(DPL_TEST_DATA_DIR) + "/deploy/" + name));
+        std::string text = read_file_text(std::string(DPL_TEST_DATA_DIR) + "/deploy/" + name);
         fill["@USER@"] = dplGetInstallingUser(block);
         for (const auto &[placeholder, value] : fill) {
             std::string shown = value;
-            if (chunk_paths && placeholder != "@USER@") {
-                if (auto short_form = platform::current().short_path(value, 255)) shown = *short_form;
-            }
+            if (chunk_paths && placeholder != "@USER@")
+                shown = platform::current().short_path(value, 255).value_or(value);
             for (std::size_t at = text.find(placeholder); at != std::string::npos;
-                 at = text.find(placeholder)) {
+                 at = text.find(placeholder))
                 text.replace(at, placeholder.size(), shown);
-            }
         }
         return text;
     }
@@ -106,9 +99,8 @@ TEST_F(DeployScript, OrdinaryInstanceWithEveryKindOfSpaceAMirrorAndBothLogs) {
                                         {"@LLOGDBS@", data("llogdbs")}}),
               script());
     // Every chunk exists now; a second pass writes nothing new for them.
-    for (const char *name : {"rootdbs", "datadbs", "tmpdbs", "sbspace", "blobs", "llogdbs"}) {
+    for (const char *name : {"rootdbs", "datadbs", "tmpdbs", "sbspace", "blobs", "llogdbs"})
         EXPECT_TRUE(std::filesystem::exists(data(name))) << name;
-    }
     const std::string before = script();
     EXPECT_EQ(0, dplDeploySpaces(block));
     EXPECT_EQ(before, script());

@@ -134,9 +134,8 @@ TEST(DplsyncKill, EveryKillLeavesTheOldOrTheNewFilesWhole) {
         // A write lasts many milliseconds: looking every millisecond is soon
         // enough, and a kill that is due is not kept waiting.
         Clock::time_point wake = Clock::now() + std::chrono::milliseconds(1);
-        for (const Worker &worker : workers) {
+        for (const Worker &worker : workers)
             if (worker.write_seen && worker.kill_at < wake) wake = worker.kill_at;
-        }
         std::this_thread::sleep_until(wake);
     }
     for (Worker &worker : workers) worker.run.reset();

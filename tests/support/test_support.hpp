@@ -1,6 +1,7 @@
 // Helpers shared by the tests: scratch directories, whole files, programs.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -65,6 +66,25 @@ private:
     bool ended_ = false;
     bool killed_ = false;
     int exit_code_ = -1000;
+};
+
+// A real TCP socket listening on a free port of every address, for tests
+// that need a port some program holds.
+class Listener {
+public:
+    Listener();
+    Listener(const Listener &) = delete;
+    Listener &operator=(const Listener &) = delete;
+    ~Listener();
+    // The port, or 0 when no socket could be set up.
+    uint16_t port() const { return port_; }
+
+private:
+    std::intptr_t socket_ = -1;
+#ifdef _WIN32
+    bool started_ = false;  // Winsock was started for this socket
+#endif
+    uint16_t port_ = 0;
 };
 
 struct ProgramResult {
