@@ -29,7 +29,7 @@ std::set<std::string> snapshot(const fs::path &dir) {
     return entries;
 }
 
-class DeployCycle : public MachineTest {};
+using DeployCycle = MachineTest;
 
 TEST_F(DeployCycle, DeployThenRemoveLeavesTheMachineAsBefore) {
     const fs::path inst = root.path() / "inst";
@@ -55,14 +55,11 @@ TEST_F(DeployCycle, DeployThenRemoveLeavesTheMachineAsBefore) {
     ASSERT_EQ(0, dplSetConfig(instance, "SERVERNUM", "3", nullptr));
     // The server's message logs, which it writes where its onconfig says.
     const char *const message_logs[] = {"MSGPATH", "BAR_ACT_LOG", "JVPPROPFILE", "JVPLOGFILE", "CONSOLE"};
-    const auto message_log = [&](const char *parameter) {
-        std::string name(parameter);
-        name += ".log";
-        return (inst / name).string();
+    const auto message_log = [&](const std::string &parameter) {
+        return (inst / (parameter + ".log")).string();
     };
-    for (const char *parameter : message_logs) {
+    for (const char *parameter : message_logs)
         ASSERT_EQ(0, dplSetConfig(instance, parameter, message_log(parameter).c_str(), nullptr));
-    }
     ASSERT_EQ(0, dplAddConnection(block, "ol_cycle", dplMapStringtoProtocol("onsoctcp"), "localhost", 0,
                                   "svc_a", nullptr));
     ASSERT_EQ(0, dplSetInstallationProperty(block, DPL_P_RUNAS_USER, 0));
@@ -71,9 +68,8 @@ TEST_F(DeployCycle, DeployThenRemoveLeavesTheMachineAsBefore) {
     ASSERT_EQ(0, deployInstallation(block));
     for (const fs::path &made :
          {inst / "ol_cycle.cmd", inst / "etc" / "onconfig.ol_cycle", inst / "etc" / "sqlhosts.ol_cycle",
-          inst / "etc" / "sysadmin" / "sch_init_ol_cycle.sql", fs::path(rootdbs)}) {
+          inst / "etc" / "sysadmin" / "sch_init_ol_cycle.sql", fs::path(rootdbs)})
         EXPECT_TRUE(fs::exists(made)) << made;
-    }
     EXPECT_NE("<missing>", values_of("SOFTWARE\\Orvandex\\Online\\ol_cycle\\Environment"));
     EXPECT_NE("<missing>", values_of("SYSTEM\\CurrentControlSet\\Services\\ol_cycle"));
     // A second deployment of the same instance does nothing.

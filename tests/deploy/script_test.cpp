@@ -1,16 +1,12 @@
 // The set-up script, byte for byte: an ordinary instance with spaces of every
 // kind, a mirror and both logs, and a demonstration instance with and
 // without the JSON listener.
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <map>
 #include <string>
 
-#include "dpl/dpl.h"
+#include "deploy/deploy_fixture.hpp"
 #include "platform/platform.hpp"
-#include "support/machine_fixture.hpp"
-#include "trace/trace_state.hpp"
 
 namespace dpl::test {
 namespace {
@@ -18,29 +14,20 @@ namespace {
 // The demonstration script with or without the JSON listener's lines, which
 // the expected file marks with "@J@".
 std::string with_listener_lines(const std::string &text, bool json) {
-    const std::string mark = "@J@";
     std::string kept;
     for (const std::string &line : lines_of(text)) {
-        if (!line.starts_with(mark)) {
-            kept += line + "\n";
-        } else if (json) {
-            kept += line.substr(mark.size()) + "\n";
-        }
+        const bool listener = line.starts_with("@J@");
+        if (!listener || json) kept += line.substr(listener ? 3 : 0) + "\n";
     }
     return kept;
 }
 
-class DeployScript : public MachineTest {
+class DeployScript : public DeployTest {
 protected:
     void SetUp() override {
-        MachineTest::SetUp();
+        DeployTest::SetUp();
         std::filesystem::create_directories(instance_dir / "etc" / "sysadmin");
         std::filesystem::create_directories(instance_dir / "data");
-        trace::reset_for_tests();
-        set_env("INSTALL_LOG", nullptr);
-        ASSERT_EQ(HT_OK, ht_trace_start(root.file("install.log").c_str(), nullptr, 0, 0, "t"));
-        block = init_API(0, 1, "Orvandex", "12.10");
-        ASSERT_NE(nullptr, block);
         ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXDIR", instance_dir.string().c_str()));
         ASSERT_EQ(0, dplSetEnvironment(block, "ORVANDEXSERVER", "ol_test"));
         // The grant lines are written only for a server that does not run as
@@ -49,11 +36,6 @@ protected:
         Instance *instance = dplGetCurrentInstance(block);
         ASSERT_EQ(0, dplSetConfig(instance, "ROOTPATH", data("rootdbs").c_str(), nullptr));
         ASSERT_EQ(0, dplSetConfig(instance, "LOGFILES", "6", nullptr));
-    }
-    void TearDown() override {
-        finish(block);
-        trace::reset_for_tests();
-        MachineTest::TearDown();
     }
 
     std::string data(const std::string &name) const { return (instance_dir / "data" / name).string(); }
@@ -64,18 +46,15 @@ protected:
     // statements give them, in their short form where the system has one.
     std::string expected(const std::string &name, std::map<std::string, std::string> fill,
                          bool chunk_paths = true) const {
-        std::string text =
-            without_carriage_returns(read_file(std::string(DPL_TEST_DATA_DIR) + "/deploy/" + name));
+        std::string text = read_file_text(std::string(DPL_TEST_DATA_DIR) + "/deploy/" + name);
         fill["@USER@"] = dplGetInstallingUser(block);
         for (const auto &[placeholder, value] : fill) {
             std::string shown = value;
-            if (chunk_paths && placeholder != "@USER@") {
-                if (auto short_form = platform::current().short_path(value, 255)) shown = *short_form;
-            }
+            if (chunk_paths && placeholder != "@USER@")
+                shown = platform::current().short_path(value, 255).value_or(value);
             for (std::size_t at = text.find(placeholder); at != std::string::npos;
-                 at = text.find(placeholder)) {
+                 at = text.find(placeholder))
                 text.replace(at, placeholder.size(), shown);
-            }
         }
         return text;
     }
@@ -87,7 +66,6 @@ protected:
     }
 
     const std::filesystem::path instance_dir = root.path() / "inst";
-    InstallControlBlock *block = nullptr;
 };
 
 TEST_F(DeployScript, OrdinaryInstanceWithEveryKindOfSpaceAMirrorAndBothLogs) {
@@ -121,9 +99,8 @@ TEST_F(DeployScript, OrdinaryInstanceWithEveryKindOfSpaceAMirrorAndBothLogs) {
                                         {"@LLOGDBS@", data("llogdbs")}}),
               script());
     // Every chunk exists now; a second pass writes nothing new for them.
-    for (const char *name : {"rootdbs", "datadbs", "tmpdbs", "sbspace", "blobs", "llogdbs"}) {
+    for (const char *name : {"rootdbs", "datadbs", "tmpdbs", "sbspace", "blobs", "llogdbs"})
         EXPECT_TRUE(std::filesystem::exists(data(name))) << name;
-    }
     const std::string before = script();
     EXPECT_EQ(0, dplDeploySpaces(block));
     EXPECT_EQ(before, script());
@@ -159,7 +136,7 @@ TEST_F(DeployScript, RefusalsAndTheirCodes) {
     std::filesystem::remove_all(instance_dir / "etc" / "sysadmin");
     EXPECT_EQ(0, dplOpenSysadminInDeploy(block));
     EXPECT_EQ(DPL_E_OPEN_WRITE, dplGrantDBAonLocalInstance(block));
-    const std::string log = read_file(root.file("install.log"));
+    const std::string log = read_file(log_path);
     for (const char *line : {"ROOTPATH not set.", "ROOTPATH must be set using dplSetConfig()",
                              "Logical/Physical Logs must be located in a dbspace.",
                              "DPL_SET_INSTANCEPATH must be set for a demo instance",

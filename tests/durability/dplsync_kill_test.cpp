@@ -14,7 +14,6 @@
 #include <thread>
 
 #include "platform/platform.hpp"
-#include "support/child_process.hpp"
 #include "support/test_support.hpp"
 
 namespace dpl::test {
@@ -40,11 +39,12 @@ std::string sqlhosts_text(const std::string &prefix) {
     return text;
 }
 
+const std::string kOldTarget = sqlhosts_text("ol_tgt_");
+
 bool has_replacement(const std::filesystem::path &directory) {
     std::error_code error;
-    for (const auto &entry : std::filesystem::directory_iterator(directory, error)) {
+    for (const auto &entry : std::filesystem::directory_iterator(directory, error))
         if (entry.path().filename().string().find(".dpl-new-") != std::string::npos) return true;
-    }
     return false;
 }
 
@@ -58,6 +58,7 @@ struct Worker {
     Clock::time_point kill_at;
 
     void start() {
+        write_file(target, kOldTarget);
         run = std::make_unique<ChildProcess>(DPL_TEST_DPLSYNC,
                                              std::vector<std::string>{"-source", source, "-target", target});
         write_seen = false;
@@ -72,7 +73,6 @@ struct Worker {
 };
 
 TEST(DplsyncKill, EveryKillLeavesTheOldOrTheNewFilesWhole) {
-    const std::string old_target = sqlhosts_text("ol_tgt_");
     const std::string source_text = sqlhosts_text("ol_src_");
     const std::string services = platform::current().services_database_path();
 #ifndef _WIN32
@@ -87,10 +87,7 @@ TEST(DplsyncKill, EveryKillLeavesTheOldOrTheNewFilesWhole) {
     const std::string old_services = read_file(platform::current().services_database_path());
 
     std::vector<Worker> workers(kWorkers);
-    for (Worker &worker : workers) {
-        write_file(worker.source, source_text);
-        write_file(worker.target, old_target);
-    }
+    for (Worker &worker : workers) write_file(worker.source, source_text);
     // One whole run gives the new content and how long a write lasts.
     Worker &first = workers.front();
     first.start();
@@ -99,22 +96,18 @@ TEST(DplsyncKill, EveryKillLeavesTheOldOrTheNewFilesWhole) {
     while (!first.run->ended() && !first.writing(old_size))
         std::this_thread::sleep_for(std::chrono::microseconds(100));
     const Clock::time_point write_began = Clock::now();
-    while (!first.run->ended()) std::this_thread::sleep_for(std::chrono::microseconds(100));
+    ASSERT_EQ(0, first.run->wait());
     const auto write_time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - write_began);
-    ASSERT_EQ(0, first.run->exit_code());
     const std::string new_target = read_file(first.target);
     const std::string new_services = read_file(services);
-    ASSERT_NE(old_target, new_target);
+    ASSERT_NE(kOldTarget, new_target);
 
     std::mt19937 random(20261121);
     // Kills spread over the whole write and a little beyond it.
     std::uniform_int_distribution<long long> delay(0, write_time.count() * 5 / 4 + 1);
     int kills = 0, old_left = 0, new_left = 0, finished = 0, started = 0;
-    for (Worker &worker : workers) {
-        write_file(worker.target, old_target);
-        worker.start();
-        ++started;
-    }
+    for (Worker &worker : workers) worker.start();
+    started = kWorkers;
     while (kills < kKills && started < 3 * kKills) {
         for (Worker &worker : workers) {
             bool done = worker.run->ended();
@@ -129,22 +122,20 @@ TEST(DplsyncKill, EveryKillLeavesTheOldOrTheNewFilesWhole) {
             if (!done) continue;
             if (worker.run->exit_code() == 0) ++finished;
             const std::string target = read_file(worker.target);
-            EXPECT_TRUE(target == old_target || target == new_target)
+            EXPECT_TRUE(target == kOldTarget || target == new_target)
                 << "target torn after " << kills << " kills: " << target.size() << " bytes";
             const std::string services_now = read_file(services);
             EXPECT_TRUE(services_now == old_services || services_now == new_services) << "services torn";
-            (target == old_target ? old_left : new_left) += 1;
+            (target == kOldTarget ? old_left : new_left) += 1;
             if (::testing::Test::HasFailure()) return;
-            write_file(worker.target, old_target);
             worker.start();
             ++started;
         }
         // A write lasts many milliseconds: looking every millisecond is soon
         // enough, and a kill that is due is not kept waiting.
         Clock::time_point wake = Clock::now() + std::chrono::milliseconds(1);
-        for (const Worker &worker : workers) {
+        for (const Worker &worker : workers)
             if (worker.write_seen && worker.kill_at < wake) wake = worker.kill_at;
-        }
         std::this_thread::sleep_until(wake);
     }
     for (Worker &worker : workers) worker.run.reset();
@@ -154,10 +145,8 @@ TEST(DplsyncKill, EveryKillLeavesTheOldOrTheNewFilesWhole) {
 
     // The next whole run removes what the killed ones left.
     for (Worker &worker : workers) {
-        write_file(worker.target, old_target);
         worker.start();
-        while (!worker.run->ended()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        EXPECT_EQ(0, worker.run->exit_code());
+        EXPECT_EQ(0, worker.run->wait());
         EXPECT_EQ(new_target, read_file(worker.target));
         EXPECT_FALSE(has_replacement(worker.dir.path()));
     }

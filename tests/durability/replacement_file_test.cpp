@@ -22,9 +22,8 @@ using core::ReplaceResult;
 
 std::set<std::string> names_in(const std::filesystem::path &directory) {
     std::set<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(directory)) {
+    for (const auto &entry : std::filesystem::directory_iterator(directory))
         names.insert(entry.path().filename().string());
-    }
     return names;
 }
 

@@ -20,9 +20,16 @@ const char kSqlhosts[] = "# sqlhosts\nol_a onsoctcp localhost svc_a\n\nol_b onip
 
 class WriterFaultSweep : public MachineTest {
 protected:
-    // A context with the scratch services file loaded and one new service in
-    // it; with `traced`, the trace at full detail, whose calls are swept too.
+    void SetUp() override {
+        MachineTest::SetUp();
+        sweep.release = [this] { close_context(); };
+    }
+    // A context on a registry without Orvandex keys, with the scratch services
+    // file loaded and one new service in it; with `traced`, the trace at full
+    // detail, whose calls are swept too.
     void open_context(uint32_t mode, bool traced = false) {
+        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
+                                            platform::RegView::Default);
         trace::reset_for_tests();
         if (traced) {
             ASSERT_EQ(HT_OK, ht_trace_start(root.file("install.log").c_str(),
@@ -49,10 +56,10 @@ protected:
     const std::string services = root.file("services.db");
     const std::string sqlhosts = root.file("sqlhosts.test");
     InstallControlBlock *block = nullptr;
+    FaultSweep sweep;
 };
 
 TEST_F(WriterFaultSweep, ConnectionsToAFile) {
-    FaultSweep sweep;
     sweep.prepare = [&] {
         write_file(sqlhosts, kSqlhosts);
         open_context(DPL_MODE_NO_PORT_TEST);
@@ -61,23 +68,18 @@ TEST_F(WriterFaultSweep, ConnectionsToAFile) {
         add_connections();
     };
     sweep.run = [&] { return dplWriteConnection(block); };
-    sweep.release = [&] { close_context(); };
     sweep.codes = {DPL_OK, DPL_E_FAIL, DPL_E_OPEN_WRITE, DPL_E_PORT_IN_USE, DPL_E_NOMEM};
     sweep.files = {{sqlhosts, true, {DPL_E_FAIL, DPL_E_PORT_IN_USE, DPL_E_NOMEM}}, {services, false}};
     EXPECT_GT(run_fault_sweep(sweep), 10u);
 }
 
 TEST_F(WriterFaultSweep, ConnectionsToTheRegistry) {
-    FaultSweep sweep;
     sweep.prepare = [&] {
-        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
-                                            platform::RegView::Default);
         open_context(DPL_MODE_NO_PORT_TEST);
         ASSERT_EQ(0, dplSetSqlhostsLocation(block, DPL_SQLHOSTS_LOCAL_REGISTRY));
         add_connections();
     };
     sweep.run = [&] { return dplWriteConnection(block); };
-    sweep.release = [&] { close_context(); };
     sweep.codes = {DPL_OK,     DPL_E_FAIL, DPL_E_REMOTE_CONNECT, DPL_E_INVALID_VALUE, DPL_E_PORT_IN_USE,
                    DPL_E_NOMEM};
     sweep.files = {{services, false}};
@@ -85,10 +87,8 @@ TEST_F(WriterFaultSweep, ConnectionsToTheRegistry) {
 }
 
 TEST_F(WriterFaultSweep, ServicesDatabase) {
-    FaultSweep sweep;
     sweep.prepare = [&] { open_context(0, true); };
     sweep.run = [&] { return dplServicesDeploy(block); };
-    sweep.release = [&] { close_context(); };
     sweep.codes = {DPL_OK, DPL_E_FAIL, DPL_E_INVALID_VALUE};
     sweep.files = {{services}};
     EXPECT_GT(run_fault_sweep(sweep), 5u);
@@ -99,7 +99,6 @@ TEST_F(WriterFaultSweep, ConfigurationFile) {
     const std::string onconfig = (root.path() / "etc" / "onconfig.srv").string();
     const std::string input = root.file("onconfig.in");
     write_file(input, "# onconfig\nROOTPATH /data/root # the root\n\nDBSERVERNAME srv\n");
-    FaultSweep sweep;
     sweep.prepare = [&] {
         write_file(onconfig, "old\n");
         open_context(0);
@@ -110,7 +109,6 @@ TEST_F(WriterFaultSweep, ConfigurationFile) {
         ASSERT_EQ(0, dplSetConfig(instance, "ROOTPATH", "/data/new", nullptr));
     };
     sweep.run = [&] { return dplWriteConfig(dplGetCurrentInstance(block)); };
-    sweep.release = [&] { close_context(); };
     sweep.codes = {DPL_OK, DPL_E_FAIL, DPL_E_OPEN_WRITE, DPL_E_NOMEM};
     sweep.files = {{onconfig}};
     EXPECT_GT(run_fault_sweep(sweep), 5u);
@@ -119,18 +117,14 @@ TEST_F(WriterFaultSweep, ConfigurationFile) {
 
 TEST_F(WriterFaultSweep, EnvironmentCommandFile) {
     const std::string command_file = root.file("ol_env.cmd");
-    FaultSweep sweep;
     sweep.prepare = [&] {
         write_file(command_file, "set OLD=1\n");
-        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
-                                            platform::RegView::Default);
         open_context(0);
         dplSetEnvironment(block, "ORVANDEXDIR", root.path().string().c_str());
         dplSetEnvironment(block, "ORVANDEXSERVER", "ol_env");
         dplSetEnvironment(block, "QUOTED", "say \"hi\" 100%");
     };
     sweep.run = [&] { return dplWriteEnv(block); };
-    sweep.release = [&] { close_context(); };
     sweep.codes = {DPL_OK, DPL_E_FAIL, DPL_E_OPEN_WRITE, DPL_E_NOMEM};
     sweep.files = {{command_file, true, {DPL_E_FAIL}}};
     EXPECT_GT(run_fault_sweep(sweep), 5u);
@@ -144,8 +138,6 @@ protected:
         std::filesystem::remove_all(inst);
         std::filesystem::create_directories(inst / "etc" / "sysadmin");
         std::filesystem::create_directories(inst / "data");
-        platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
-                                            platform::RegView::Default);
         open_context(DPL_MODE_NO_PORT_TEST);
         const std::string dir = inst.string();
         dplSetEnvironment(block, "ORVANDEXDIR", dir.c_str());
@@ -173,7 +165,6 @@ protected:
 };
 
 TEST_F(DeploymentFaultSweep, Deployment) {
-    FaultSweep sweep;
     sweep.prepare = [&] { prepare_installation(); };
     sweep.run = [&] { return deployInstallation(block); };
     sweep.release = [&] { release_installation(); };
@@ -186,7 +177,6 @@ TEST_F(DeploymentFaultSweep, Deployment) {
 }
 
 TEST_F(DeploymentFaultSweep, Removal) {
-    FaultSweep sweep;
     sweep.prepare = [&] {
         prepare_installation();
         ASSERT_EQ(0, deployInstallation(block));

@@ -67,9 +67,8 @@ TEST_F(RegistrySemantics, KeyNamesIgnoreCaseKeepTheFirstOneAndSortInUpperCase) {
 }
 
 TEST_F(RegistrySemantics, ValuesEnumerateInCreationOrder) {
-    for (const char *name : {"zeta", "Alpha", "mid", "ALPHA"}) {
+    for (const char *name : {"zeta", "Alpha", "mid", "ALPHA"})
         ASSERT_EQ(os().reg_set_value(scratch_, name, sz(name)), err::kOk);
-    }
 #ifdef _WIN32
     // Wine's registry keeps values sorted by name where Windows keeps them in
     // creation order; either way a value set again keeps its place and name.

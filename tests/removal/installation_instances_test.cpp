@@ -15,6 +15,8 @@
 namespace dpl::test {
 namespace {
 
+const std::string kServices = "SYSTEM\\CurrentControlSet\\Services\\";
+
 // Records what was asked and answers what the test scripted per server.
 class ScriptedCalls : public removal::ListenerServices, public removal::InstanceCalls {
 public:
@@ -154,10 +156,10 @@ protected:
         // Natively the services run; one listener never finishes stopping,
         // which only a caller that waits for it would notice.
         for (const auto &[server, installation] : kInstances) {
-            set_state(server, platform::scstate::kRunning, 0);
-            set_state(server + "_json", platform::scstate::kRunning, 0);
+            for (const std::string &service : {server, server + "_json"})
+                set_dword(kServices + service, "DplState", platform::scstate::kRunning);
         }
-        set_state("ol_two_json", platform::scstate::kRunning, 0xFFFFFFFFu);
+        set_dword(kServices + "ol_two_json", "DplStopPolls", 0xFFFFFFFFu);
 #endif
     }
     void TearDown() override {
@@ -193,24 +195,6 @@ protected:
             if (line.find(" instance(s) ") != std::string::npos) lines += line + "\n";
         return lines;
     }
-#ifndef _WIN32
-    static void set_state(const std::string &service, uint32_t state, uint32_t stop_polls) {
-        auto &os = platform::current();
-        platform::RegKey key = platform::kNoKey;
-        ASSERT_EQ(0u,
-                  os.reg_open_key(platform::kLocalMachine, "SYSTEM\\CurrentControlSet\\Services\\" + service,
-                                  platform::RegView::Default, &key));
-        const auto set = [&](const char *name, uint32_t number) {
-            std::string data;
-            for (int shift = 0; shift < 32; shift += 8)
-                data.push_back(static_cast<char>((number >> shift) & 0xFF));
-            EXPECT_EQ(0u, os.reg_set_value(key, name, platform::RegValue{platform::regtype::kDword, data}));
-        };
-        set("DplState", state);
-        set("DplStopPolls", stop_polls);
-        os.reg_close_key(key);
-    }
-#endif
     RecordingPlatform recording;  // counts the time spent waiting instead of waiting
     static inline const std::vector<std::pair<std::string, const char *>> kInstances{
         {"ol_one", "first"}, {"ol_two", "second"}, {"ol_three", "second"}};

@@ -1,9 +1,5 @@
-// Adding and removing service lines and adding comments, and lookups
-// through the model's indexes.
-#include <algorithm>
-#include <random>
+// Adding and removing service lines and adding comments.
 #include <string>
-#include <vector>
 
 #include "services/services_fixture.hpp"
 
@@ -126,78 +122,6 @@ TEST_F(ServicesEdit, RemovingMatchesEveryGivenCriterionByPortOrByAlias) {
               messages());
     EXPECT_EQ(2, dplServicesStatus(block));
     EXPECT_EQ("#k\n", written());
-}
-
-const char *const kNames[] = {"n0", "n1", "n2", "n3", "n4", "n5"};
-const char *const kProtocols[] = {nullptr, "", "tcp", "udp"};
-
-// Lookups answer what a walk over the lines would answer, whatever the
-// loads, additions and removals that built the model.
-using ServicesIndex = ServicesTest;
-
-TEST_F(ServicesIndex, LookupsAgreeWithAWalkOverTheLines) {
-    uint32_t old = 0;
-    ASSERT_EQ(HT_OK, ht_set_severity(0, &old));  // thousands of calls
-    std::mt19937 random{12345};
-    const auto name = [&] { return kNames[random() % std::size(kNames)]; };
-    const auto port = [&] { return static_cast<uint16_t>(random() % 8); };
-    const auto check_lookups = [&] {
-        const auto &lines = block->services.lines();
-        for (const char *p : kProtocols) {
-            const auto matches = [p](const services::ServicesLine &line) {
-                return line.kind == services::kServiceLine &&
-                       (p == nullptr || *p == '\0' || line.protocol == p);
-            };
-            for (const char *n : kNames) {
-                int named = 0;
-                int16_t found = 0;  // from the last line that carries the name
-                for (const services::ServicesLine &line : lines) {
-                    if (!matches(line) || (line.text_or_name != n &&
-                                           std::count(line.aliases.begin(), line.aliases.end(), n) == 0))
-                        continue;
-                    named = 1;
-                    found = static_cast<int16_t>(line.port);
-                }
-                ASSERT_EQ(found, dplServicesGetPortFromName(block, n, p))
-                    << n << "/" << (p != nullptr ? p : "(null)");
-                ASSERT_EQ(named, dplServicesTestName(block, n, p));
-            }
-            for (uint16_t number = 1; number < 8; ++number) {
-                const bool used = std::any_of(
-                    lines.begin(), lines.end(),
-                    [&](const services::ServicesLine &line) { return matches(line) && line.port == number; });
-                ASSERT_EQ(used ? 2 : 0, dplServicesTestPort(block, number, p)) << number;
-            }
-        }
-    };
-    for (int round = 0; round < 10; ++round) {
-        std::string text = "# comment\nbroken 3\n";
-        for (int i = 0; i < 20; ++i) {
-            text +=
-                std::string(name()) + " " + std::to_string(port()) + (random() % 2 != 0 ? "/tcp" : "/udp");
-            for (unsigned a = random() % 4; a > 0; --a) text += std::string(" ") + name();
-            text += '\n';
-        }
-        ASSERT_EQ(0, load(text));
-        ASSERT_EQ(0, dplServicesCheatSockets(block));
-        check_lookups();
-        for (int step = 0; step < 30; ++step) {
-            const char *aliases[] = {name(), name()};
-            const char *added = name();
-            const uint16_t number = port();
-            const char *which = kProtocols[random() % std::size(kProtocols)];
-            if (random() % 2 != 0)
-                dplServicesAddService(block, added, number, which, static_cast<int32_t>(random() % 3),
-                                      aliases, nullptr);
-            else
-                dplServicesRemoveService(block, number, random() % 2 != 0 ? added : "", which);
-            check_lookups();
-        }
-        // What is written reads back into the same answers.
-        ASSERT_EQ(0, load(written()));
-        ASSERT_EQ(0, dplServicesCheatSockets(block));
-        check_lookups();
-    }
 }
 
 }  // namespace

@@ -15,7 +15,6 @@
 
 #include "platform/platform.hpp"
 #include "services/services_fixture.hpp"
-#include "support/listener.hpp"
 
 namespace dpl::test {
 namespace {

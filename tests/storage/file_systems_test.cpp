@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "platform/forwarding_platform.hpp"
 #include "storage/storage_fixture.hpp"
+#include "support/recording_platform.hpp"
 
 namespace dpl::test {
 namespace {
@@ -124,15 +124,11 @@ TEST_F(FileSystems, BadInputGetsCodesAndMessages) {
 }
 
 // Counts the device status queries.
-class CountingPlatform : public platform::ForwardingPlatform {
+class CountingPlatform : public RecordingPlatform {
 public:
-    CountingPlatform() : ForwardingPlatform(platform::native()) { platform::install(this); }
-    CountingPlatform(const CountingPlatform &) = delete;
-    CountingPlatform &operator=(const CountingPlatform &) = delete;
-    ~CountingPlatform() override { platform::install(nullptr); }
     bool device_number(const std::string &path, uint32_t *device, platform::SysError *error) override {
         ++queries;
-        return ForwardingPlatform::device_number(path, device, error);
+        return RecordingPlatform::device_number(path, device, error);
     }
     int queries = 0;
 };

@@ -35,18 +35,15 @@ protected:
     }
     std::string log() const { return read_file_text(log_path); }
     // A directory below the scratch directory, made on the spot.
-    std::string subdirectory(const std::string &name) const;
+    std::string subdirectory(const std::string &name) const {
+        std::filesystem::create_directories(dir.file(name));
+        return dir.file(name);
+    }
 
     ScratchDir dir;
     const std::string log_path = dir.file("install.log");
     InstallControlBlock *block = nullptr;
 };
-
-inline std::string StorageTest::subdirectory(const std::string &name) const {
-    const std::string path = dir.file(name);
-    std::filesystem::create_directories(path);
-    return path;
-}
 
 inline bool contains(const std::string &text, const std::string &part) {
     return text.find(part) != std::string::npos;
@@ -55,9 +52,6 @@ inline bool contains(const std::string &text, const std::string &part) {
 struct VolumeKb {
     uint64_t total = 0;
     uint64_t available = 0;
-    bool operator==(const VolumeKb &other) const {
-        return total == other.total && available == other.available;
-    }
 };
 
 // What the system itself reports for the volume of `directory`.

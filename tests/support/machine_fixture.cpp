@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 #include "platform/platform.hpp"
 
@@ -9,8 +10,16 @@ namespace dpl::test {
 namespace {
 
 void remove_orvandex_keys() {
-    auto &os = platform::current();
-    os.reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex", platform::RegView::Default);
+    platform::current().reg_delete_tree(platform::kLocalMachine, "SOFTWARE\\Orvandex",
+                                        platform::RegView::Default);
+}
+
+platform::RegKey open_key(const std::string &path) {
+    platform::RegKey key = platform::kNoKey;
+    if (platform::current().reg_open_key(platform::kLocalMachine, path, platform::RegView::Default, &key) !=
+        0)
+        return platform::kNoKey;
+    return key;
 }
 
 }  // namespace
@@ -50,45 +59,47 @@ std::string MachineTest::add_machine(const std::string &name, const std::string 
     return "\\\\" + name;
 }
 
-namespace {
-
-// Lines made by `line` for each item of an open key, or "<missing>".
-template <class Line>
-std::string list_key(const std::string &path, Line &&line) {
+std::string MachineTest::values_of(const std::string &path) {
     auto &os = platform::current();
-    platform::RegKey key = platform::kNoKey;
-    if (os.reg_open_key(platform::kLocalMachine, path, platform::RegView::Default, &key) != 0)
-        return "<missing>";
-    std::string text;
-    for (uint32_t index = 0; line(os, key, index, text); ++index) {
+    const platform::RegKey key = open_key(path);
+    if (key == platform::kNoKey) return "<missing>";
+    std::string text, name;
+    platform::RegValue value;
+    for (uint32_t index = 0; os.reg_enum_value(key, index, &name, &value) == 0; ++index) {
+        std::string data = value.data;
+        if (value.type == platform::regtype::kDword && data.size() == 4) {
+            uint32_t number = 0;
+            for (int at = 3; at >= 0; --at) number = (number << 8) | static_cast<unsigned char>(data[at]);
+            std::ostringstream hex;
+            hex << "0x" << std::hex << number;
+            data = hex.str();
+        } else if (!data.empty() && data.back() == '\0') {
+            data.pop_back();
+        }
+        text += name + "=" + data + "\n";
     }
     os.reg_close_key(key);
     return text;
 }
 
-}  // namespace
-
-std::string MachineTest::values_of(const std::string &path) {
-    return list_key(path,
-                    [](platform::Platform &os, platform::RegKey key, uint32_t index, std::string &text) {
-                        std::string name;
-                        platform::RegValue value;
-                        if (os.reg_enum_value(key, index, &name, &value) != 0) return false;
-                        std::string data = value.data;
-                        if (!data.empty() && data.back() == '\0') data.pop_back();
-                        text += name + "=" + data + "\n";
-                        return true;
-                    });
+std::string MachineTest::subkeys_of(const std::string &path) {
+    auto &os = platform::current();
+    const platform::RegKey key = open_key(path);
+    if (key == platform::kNoKey) return "<missing>";
+    std::string text, name;
+    for (uint32_t index = 0; os.reg_enum_key(key, index, &name) == 0; ++index) text += name + "\n";
+    os.reg_close_key(key);
+    return text;
 }
 
-std::string MachineTest::subkeys_of(const std::string &path) {
-    return list_key(path,
-                    [](platform::Platform &os, platform::RegKey key, uint32_t index, std::string &text) {
-                        std::string name;
-                        if (os.reg_enum_key(key, index, &name) != 0) return false;
-                        text += name + "\n";
-                        return true;
-                    });
+void MachineTest::set_dword(const std::string &path, const std::string &name, uint32_t number) {
+    auto &os = platform::current();
+    const platform::RegKey key = open_key(path);
+    ASSERT_NE(platform::kNoKey, key) << path;
+    std::string data;
+    for (int shift = 0; shift < 32; shift += 8) data.push_back(static_cast<char>((number >> shift) & 0xFF));
+    EXPECT_EQ(0u, os.reg_set_value(key, name, platform::RegValue{platform::regtype::kDword, data}));
+    os.reg_close_key(key);
 }
 
 }  // namespace dpl::test

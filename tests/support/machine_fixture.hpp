@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 
 #include "support/test_support.hpp"
@@ -22,10 +23,12 @@ protected:
     // Makes another machine \\name reachable (natively only).
     std::string add_machine(const std::string &name, const std::string &reg_text);
 
-    // The text values of a key as "NAME=data" lines in enumeration order, or
-    // "<missing>".
+    // The values of a key as "NAME=data" lines in enumeration order (a
+    // number as 0x...), or "<missing>".
     static std::string values_of(const std::string &path);
     static std::string subkeys_of(const std::string &path);
+    // Sets a number value of an existing key.
+    static void set_dword(const std::string &path, const std::string &name, uint32_t number);
 
     ScratchDir root;
 };

@@ -1,19 +1,28 @@
 #include "support/test_support.hpp"
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <sstream>
-#include <stdexcept>
 
 #ifdef _WIN32
 #include <process.h>
+#include <winsock2.h>
+#include <ws2tcpip.h>
+
+#include <windows.h>
 #else
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <signal.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <cerrno>
 extern char **environ;
 #endif
 
@@ -21,35 +30,12 @@ namespace dpl::test {
 namespace {
 std::atomic<int> g_counter{0};
 
-#ifdef _WIN32
 int current_pid() {
+#ifdef _WIN32
     return _getpid();
-}
 #else
-int current_pid() {
     return static_cast<int>(::getpid());
-}
 #endif
-
-#ifdef _WIN32
-std::string quote_argument(const std::string &argument) {
-    return "\"" + argument + "\"";
-}
-#endif
-
-std::vector<char *> argv_of(const std::string &program, const std::vector<std::string> &arguments,
-                            std::vector<std::string> &storage) {
-    storage.clear();
-    storage.push_back(program);
-    for (const auto &argument : arguments) storage.push_back(argument);
-#ifdef _WIN32
-    // The C runtime joins spawn arguments with blanks; quote every one.
-    for (auto &argument : storage) argument = quote_argument(argument);
-#endif
-    std::vector<char *> argv;
-    for (auto &argument : storage) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    return argv;
 }
 }  // namespace
 
@@ -116,76 +102,183 @@ void set_env(const char *name, const char *value) {
 #endif
 }
 
+#ifdef _WIN32
+
+namespace {
+constexpr UINT kKilledCode = 137;
+}
+
+ChildProcess::ChildProcess(const std::string &program, const std::vector<std::string> &arguments,
+                           const std::string &output_file) {
+    // Every argument quoted: the command line is split at blanks.
+    std::string command = "\"" + program + "\"";
+    for (const std::string &argument : arguments) command += " \"" + argument + "\"";
+    SECURITY_ATTRIBUTES inherit{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    HANDLE output = CreateFileA(
+        output_file.empty() ? "NUL" : output_file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+        &inherit, output_file.empty() ? OPEN_EXISTING : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    STARTUPINFOA startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    startup.hStdOutput = output;
+    startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    PROCESS_INFORMATION info{};
+    if (CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                       &info)) {
+        CloseHandle(info.hThread);
+        process_ = info.hProcess;
+    }
+    if (output != INVALID_HANDLE_VALUE) CloseHandle(output);
+}
+
+bool ChildProcess::started() const {
+    return process_ != nullptr;
+}
+
+int ChildProcess::wait() {
+    if (process_ == nullptr || ended_) return exit_code_;
+    WaitForSingleObject(process_, INFINITE);
+    DWORD code = 0;
+    GetExitCodeProcess(process_, &code);
+    exit_code_ = static_cast<int>(code);
+    ended_ = true;
+    return exit_code_;
+}
+
+bool ChildProcess::ended() {
+    if (process_ == nullptr) return true;
+    if (!ended_ && WaitForSingleObject(process_, 0) == WAIT_OBJECT_0) wait();
+    return ended_;
+}
+
+bool ChildProcess::kill() {
+    if (ended()) return false;
+    TerminateProcess(process_, kKilledCode);
+    wait();
+    // A program that ended by itself in the meantime kept its own code.
+    killed_ = exit_code_ == static_cast<int>(kKilledCode);
+    return killed_;
+}
+
+ChildProcess::~ChildProcess() {
+    kill();
+    if (process_ != nullptr) CloseHandle(process_);
+}
+
+#else
+
+namespace {
+
+// Collects the end of `pid`, without waiting when `options` says so.
+bool reaped(pid_t pid, int options, int *exit_code, bool *killed) {
+    int status = 0;
+    pid_t done = -1;
+    while ((done = ::waitpid(pid, &status, options)) < 0 && errno == EINTR) {
+    }
+    if (done != pid) return false;
+    *killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    *exit_code = WIFEXITED(status) ? static_cast<signed char>(WEXITSTATUS(status)) : -1000;
+    return true;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const std::string &program, const std::vector<std::string> &arguments,
+                           const std::string &output_file) {
+    std::vector<std::string> storage{program};
+    storage.insert(storage.end(), arguments.begin(), arguments.end());
+    std::vector<char *> argv;
+    for (std::string &argument : storage) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, output_file.empty() ? "/dev/null" : output_file.c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    pid_t child = -1;
+    if (::posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ) == 0) pid_ = child;
+    posix_spawn_file_actions_destroy(&actions);
+}
+
+bool ChildProcess::started() const {
+    return pid_ > 0;
+}
+
+int ChildProcess::wait() {
+    if (pid_ > 0 && !ended_) {
+        reaped(pid_, 0, &exit_code_, &killed_);
+        ended_ = true;
+    }
+    return exit_code_;
+}
+
+bool ChildProcess::ended() {
+    if (pid_ > 0 && !ended_) ended_ = reaped(pid_, WNOHANG, &exit_code_, &killed_);
+    return pid_ <= 0 || ended_;
+}
+
+bool ChildProcess::kill() {
+    if (ended()) return false;
+    ::kill(pid_, SIGKILL);
+    wait();
+    // A program that ended by itself just before the signal was not killed.
+    return killed_;
+}
+
+ChildProcess::~ChildProcess() {
+    kill();
+}
+
+#endif
+
+Listener::Listener() {
+#ifdef _WIN32
+    WSADATA data;
+    started_ = WSAStartup(MAKEWORD(2, 2), &data) == 0;
+    const SOCKET handle = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    if (handle == INVALID_SOCKET) return;
+    socket_ = static_cast<std::intptr_t>(handle);
+#else
+    const int handle = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    if (handle < 0) return;
+    socket_ = handle;
+#endif
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    address.sin_port = 0;
+    if (::bind(handle, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) return;
+    if (::listen(handle, 1) != 0) return;
+    socklen_t length = sizeof address;
+    if (::getsockname(handle, reinterpret_cast<sockaddr *>(&address), &length) != 0) return;
+    port_ = ntohs(address.sin_port);
+}
+
+Listener::~Listener() {
+#ifdef _WIN32
+    if (socket_ != -1) ::closesocket(static_cast<SOCKET>(socket_));
+    if (started_) WSACleanup();
+#else
+    if (socket_ != -1) ::close(static_cast<int>(socket_));
+#endif
+}
+
 ProgramResult run_program(const std::string &program, const std::vector<std::string> &arguments) {
     ScratchDir scratch;
     const std::string output_file = scratch.file("stdout.txt");
     ProgramResult result;
-#ifdef _WIN32
-    // cmd.exe strips one pair of outer quotes from the whole line.
-    std::string command = "\"";
-    command += quote_argument(program);
-    for (const auto &argument : arguments) {
-        command += ' ';
-        command += quote_argument(argument);
-    }
-    command += " > ";
-    command += quote_argument(output_file);
-    command += '"';
-    result.exit_code = std::system(command.c_str());
-#else
-    // Started without a shell, so that arguments arrive exactly as given.
-    std::vector<std::string> storage;
-    std::vector<char *> argv = argv_of(program, arguments, storage);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, output_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    pid_t child = -1;
-    const int spawned = ::posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    int status = 0;
-    if (spawned == 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status)) {
-        result.exit_code = static_cast<signed char>(WEXITSTATUS(status));
-    } else {
-        result.exit_code = -1000;
-    }
-#endif
+    result.exit_code = ChildProcess(program, arguments, output_file).wait();
     result.output = read_file(output_file);
     return result;
 }
 
 std::vector<int> run_concurrently(const std::string &program,
                                   const std::vector<std::vector<std::string>> &argument_sets) {
+    std::vector<std::unique_ptr<ChildProcess>> children;
+    for (const auto &arguments : argument_sets)
+        children.push_back(std::make_unique<ChildProcess>(program, arguments));
     std::vector<int> codes;
-#ifdef _WIN32
-    std::vector<intptr_t> children;
-    for (const auto &arguments : argument_sets) {
-        std::vector<std::string> storage;
-        std::vector<char *> argv = argv_of(program, arguments, storage);
-        children.push_back(_spawnv(_P_NOWAIT, program.c_str(), argv.data()));
-    }
-    for (const intptr_t child : children) {
-        int code = -1;
-        if (child == -1 || _cwait(&code, child, 0) == -1) code = -1;
-        codes.push_back(code);
-    }
-#else
-    std::vector<pid_t> children;
-    for (const auto &arguments : argument_sets) {
-        std::vector<std::string> storage;
-        std::vector<char *> argv = argv_of(program, arguments, storage);
-        pid_t child = -1;
-        if (::posix_spawn(&child, program.c_str(), nullptr, nullptr, argv.data(), environ) != 0) child = -1;
-        children.push_back(child);
-    }
-    for (const pid_t child : children) {
-        int status = 0;
-        if (child == -1 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
-            codes.push_back(-1);
-        } else {
-            codes.push_back(WEXITSTATUS(status));
-        }
-    }
-#endif
+    for (const auto &child : children) codes.push_back(child->wait());
     return codes;
 }
 

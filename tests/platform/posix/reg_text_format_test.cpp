@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 #include <vector>
 
@@ -73,13 +72,10 @@ const std::string kSampleText =
     "  16,17,18,19,1a,1b,1c,1d,1e,1f,20,21,22,23,24,25,26,27\r\n"
     "\"Empty\"=\"\"\r\n\"None\"=hex(0):\r\n\"Short\"=hex(4):01,02\r\n\r\n";
 
-TEST(RegTextFormat, WritesTheRegeditForm) {
+TEST(RegTextFormat, WritesTheRegeditFormAndReadsItsUtf16Form) {
     EXPECT_EQ(serialize_reg_text(sample()), kSampleText);
     expect_round_trip(sample());
     EXPECT_EQ(serialize_reg_text(RegTreeKey()), "Windows Registry Editor Version 5.00\r\n\r\n");
-}
-
-TEST(RegTextFormat, ReadsTheUtf16FormRegeditSaves) {
     // UTF-16LE with a byte-order mark; string data in hex is UTF-16 too.
     EXPECT_TRUE(parsed("\xFF\xFE" + narrow_to_utf16le(kSampleText)).same_as(sample()));
 }
@@ -161,33 +157,6 @@ TEST(RegTextFormat, ConvertsBetweenNarrowAndUtf16) {
     EXPECT_FALSE(utf16le_to_narrow("abc", &narrow));
     EXPECT_TRUE(is_valid_utf8("plain \xC3\xA9"));
     EXPECT_FALSE(is_valid_utf8("\xC0\x80") || is_valid_utf8("\xED\xA0\x80"));
-}
-
-// Whatever a damaged file holds, parsing fails cleanly or gives a tree that
-// writes and reads back the same.
-TEST(RegTextFormat, SurvivesDamagedFiles) {
-    std::mt19937 random(12345);
-    int accepted = 0;
-    for (int round = 0; round < 3000; ++round) {
-        std::string damaged = kSampleText;
-        for (int i = 1 + static_cast<int>(random() % 4); i > 0; --i) {
-            const std::size_t at = random() % damaged.size();
-            const auto kind = random() % 3;
-            if (kind == 0) damaged[at] = static_cast<char>(random() % 256);
-            if (kind == 1) damaged.erase(at, 1 + random() % 8);
-            if (kind == 2) damaged.insert(at, 1, "\\\"[]=,:\r\n\0x"[random() % 11]);
-        }
-        RegTreeKey store;
-        std::string error;
-        if (parse_reg_text(damaged, &store, &error)) {
-            ++accepted;
-            expect_round_trip(store);
-        } else {
-            EXPECT_FALSE(error.empty());
-        }
-    }
-    // Some damage (in data bytes, say) leaves a readable file.
-    EXPECT_GT(accepted, 0);
 }
 
 }  // namespace
