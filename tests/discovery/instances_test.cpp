@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "discovery/discovery_fixture.hpp"
-#include "support/child_process.hpp"
+#include "support/test_support.hpp"
 
 namespace dpl::test {
 namespace {
