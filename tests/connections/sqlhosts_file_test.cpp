@@ -1,7 +1,7 @@
 // Reading and writing sqlhosts files.
 #include "connections/connection_test_fixture.hpp"
 #include "platform/forwarding_platform.hpp"
-#include "support/listener.hpp"
+#include "support/test_support.hpp"
 
 namespace dpl::test {
 namespace {
