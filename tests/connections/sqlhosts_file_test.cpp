@@ -1,6 +1,6 @@
 // Reading and writing sqlhosts files.
 #include "connections/connection_test_fixture.hpp"
-#include "platform/forwarding_platform.hpp"
+#include "support/installed_platform.hpp"
 #include "support/test_support.hpp"
 
 namespace dpl::test {
@@ -129,12 +129,8 @@ TEST_F(SqlhostsFile, FileNameFallsBackToTheServerName) {
 }
 
 // Names beginning with "bad" do not resolve; the rest ask the real resolver.
-class Resolver : public platform::ForwardingPlatform {
+class Resolver : public InstalledPlatform {
 public:
-    Resolver() : ForwardingPlatform(platform::native()) { platform::install(this); }
-    Resolver(const Resolver &) = delete;
-    Resolver &operator=(const Resolver &) = delete;
-    ~Resolver() override { platform::install(nullptr); }
     bool resolve_host(const std::string &name) override {
         asked.push_back(name);
         return name.rfind("bad", 0) != 0 && ForwardingPlatform::resolve_host(name);

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "environment/environment_fixture.hpp"
-#include "platform/forwarding_platform.hpp"
+#include "support/installed_platform.hpp"
 
 namespace dpl::test {
 namespace {
@@ -112,10 +112,8 @@ TEST_F(WriteEnv, TagZeroCopiesTheUnnumberedKey) {
 }
 
 // Refuses to set one value name.
-class RefusingValue : public platform::ForwardingPlatform {
+class RefusingValue : public InstalledPlatform {
 public:
-    RefusingValue() : ForwardingPlatform(platform::native()) { platform::install(this); }
-    ~RefusingValue() override { platform::install(nullptr); }
     uint32_t reg_set_value(platform::RegKey key, const std::string &name,
                            const platform::RegValue &value) override {
         if (name == "REFUSED") return platform::err::kAccessDenied;

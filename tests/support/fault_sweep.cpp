@@ -6,7 +6,7 @@
 #include <iostream>
 #include <optional>
 
-#include "platform/forwarding_platform.hpp"
+#include "support/installed_platform.hpp"
 #include "support/test_support.hpp"
 
 namespace dpl::test {
@@ -16,13 +16,8 @@ namespace {
 // makes the chosen one fail (once, or it and every later one), the way
 // SQLite's test VFS and LevelDB's fault-injection environment do. Other calls
 // pass through uncounted.
-class FaultInjectionPlatform : public platform::ForwardingPlatform {
+class FaultInjectionPlatform : public InstalledPlatform {
 public:
-    FaultInjectionPlatform() : ForwardingPlatform(platform::native()) { platform::install(this); }
-    FaultInjectionPlatform(const FaultInjectionPlatform &) = delete;
-    FaultInjectionPlatform &operator=(const FaultInjectionPlatform &) = delete;
-    ~FaultInjectionPlatform() override { platform::install(nullptr); }
-
     // 0: count only. Otherwise call number `call` (from 1) fails, and with
     // `persistent` every call after it too.
     void arm(uint64_t call, bool persistent) {

@@ -5,17 +5,12 @@
 #include <deque>
 #include <string>
 
-#include "platform/forwarding_platform.hpp"
+#include "support/installed_platform.hpp"
 
 namespace dpl::test {
 
-class RecordingPlatform : public platform::ForwardingPlatform {
+class RecordingPlatform : public InstalledPlatform {
 public:
-    RecordingPlatform() : ForwardingPlatform(platform::native()) { platform::install(this); }
-    RecordingPlatform(const RecordingPlatform &) = delete;
-    RecordingPlatform &operator=(const RecordingPlatform &) = delete;
-    ~RecordingPlatform() override { platform::install(nullptr); }
-
     bool local_time(std::tm *out) override {
         if (!clock_works) return false;
         *out = std::tm{};

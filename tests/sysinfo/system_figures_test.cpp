@@ -5,21 +5,16 @@
 #include <string>
 
 #include "core/control_block.hpp"
-#include "platform/forwarding_platform.hpp"
 #include "storage/storage_fixture.hpp"
+#include "support/installed_platform.hpp"
 #include "sysinfo/system_figures.hpp"
 
 namespace dpl::test {
 namespace {
 
 // A machine of fixed figures; "~MHz" and the system's own figure as given.
-class FixedMachine : public platform::ForwardingPlatform {
+class FixedMachine : public InstalledPlatform {
 public:
-    FixedMachine() : ForwardingPlatform(platform::native()) { platform::install(this); }
-    FixedMachine(const FixedMachine &) = delete;
-    FixedMachine &operator=(const FixedMachine &) = delete;
-    ~FixedMachine() override { platform::install(nullptr); }
-
     uint32_t processor_count() override { return 6; }
     uint64_t physical_memory_bytes() override { return uint64_t{8} << 30; }
     std::optional<uint32_t> processor_mhz() override { return own_mhz; }

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "dpl/dpl.h"
-#include "platform/forwarding_platform.hpp"
+#include "support/installed_platform.hpp"
 #include "support/machine_fixture.hpp"
 #include "trace/trace_state.hpp"
 
@@ -16,13 +16,8 @@ namespace dpl::test {
 
 // Answers the account calls named in `fail` with the given error, and a
 // domain controller when `controller` is set.
-class AccountFake : public platform::ForwardingPlatform {
+class AccountFake : public InstalledPlatform {
 public:
-    AccountFake() : ForwardingPlatform(platform::native()) { platform::install(this); }
-    AccountFake(const AccountFake &) = delete;
-    AccountFake &operator=(const AccountFake &) = delete;
-    ~AccountFake() override { platform::install(nullptr); }
-
     uint32_t failure(const std::string &call) const {
         const auto found = fail.find(call);
         return found == fail.end() ? 0 : found->second;
