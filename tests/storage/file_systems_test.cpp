@@ -5,6 +5,7 @@
 #include <string>
 
 #include "storage/storage_fixture.hpp"
+#include "support/installed_platform.hpp"
 #include "support/recording_platform.hpp"
 
 namespace dpl::test {
@@ -35,6 +36,21 @@ TEST_F(FileSystems, VolumeFiguresAreTheSystemsOwn) {
     ASSERT_EQ(DPL_UNITS_MB, dplSetDiskMemUnits(block, "MB"));
     EXPECT_TRUE(matches_system(directory, free_space, available_mb));
     EXPECT_EQ(0, dplGetFileSysInfo(block, path.c_str(), nullptr, nullptr));
+}
+
+// A volume of 8 PiB: a figure in KB past 32 bits comes back whole through
+// the call's guard, whose exit mark carries only 32 bits.
+class HugeVolume : public InstalledPlatform {
+public:
+    bool volume_space(const std::string &, platform::VolumeSpace *space, platform::SysError *) override {
+        *space = platform::VolumeSpace{uint64_t{1} << 53, uint64_t{1} << 53, uint64_t{1} << 53};
+        return true;
+    }
+};
+
+TEST_F(FileSystems, FiguresBeyondThirtyTwoBitsComeBackWhole) {
+    HugeVolume os;
+    EXPECT_EQ(int64_t{1} << 43, dplGetFileSysFreespace(block, dir.path().string().c_str()));
 }
 
 TEST_F(FileSystems, TwoDirectoriesOnOneVolumeGiveOneEntry) {
